@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+struct FilterOption
+{
+    quint32 value = 0;
+    QString name;
+};

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+struct TraceRule
+{
+    QString processName;
+    QString path;
+
+    QString description() const;
+};
