@@ -1,0 +1,24 @@
+#include "CommandRegistry.h"
+#include "JournalMessageHandler.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    quiven::logging::installJournalMessageHandler();
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("quivenctl"));
+
+    QStringList arguments = QCoreApplication::arguments().mid(1);
+    const QString word = arguments.value(0);
+    const quivenctl::CommandHandler *handler = quivenctl::findCommand(word);
+    if (!handler) {
+        std::fprintf(stderr, "usage:\n");
+        for (const QString &usage : quivenctl::commandUsages())
+            std::fprintf(stderr, "  quivenctl %s\n", qPrintable(usage));
+        return 2;
+    }
+    arguments.removeFirst();
+    return (*handler)(arguments);
+}
