@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <memory>
+
+// A dbus-daemon configured like the system bus (names need a policy to be
+// owned) on a private socket. Lives as long as the object.
+class PrivateSystemBus
+{
+public:
+    explicit PrivateSystemBus(const QStringList &extraPolicyFiles = {});
+    ~PrivateSystemBus();
+    PrivateSystemBus(const PrivateSystemBus &) = delete;
+    PrivateSystemBus &operator=(const PrivateSystemBus &) = delete;
+
+    bool isRunning() const;
+    QString address() const;
+    QString errorText() const;
+    QDBusConnection connect(const QString &connectionName) const;
+    bool waitForName(const QString &name, int timeoutMs = 5000) const;
+    bool waitForNameGone(const QString &name, int timeoutMs = 5000) const;
+
+    // The environment a child process needs to find this bus as its system bus.
+    QProcessEnvironment environment() const;
+
+    // Writes the bus configuration for the given listen address; also used by
+    // the demo script through the same template.
+    static QString configText(const QString &listenAddress, const QStringList &policyFiles);
+    static QStringList productPolicyFiles();
+
+private:
+    bool waitForNameState(const QString &name, bool wanted, int timeoutMs) const;
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<QProcess> m_process;
+    QString m_address;
+    QString m_error;
+    mutable QStringList m_connectionNames;
+};
