@@ -1,0 +1,65 @@
+#pragma once
+
+#include "PolicyRule.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QVarLengthArray>
+#include <unordered_map>
+#include <vector>
+
+// Answers "does another rule of the group cover this one" without scanning the
+// group: the table asks for every visible row, and a group can hold tens of
+// thousands of rules. Groups are indexed lazily on first query. The index holds
+// raw rule pointers and copies of their fields, so the owner must drop it
+// whenever the store changes.
+class RedundancyIndex
+{
+public:
+    // `group` is the store's list under `groupKey`; it must stay unchanged while
+    // the index lives.
+    bool isRedundant(const QString &groupKey, const QList<PolicyRulePtr> &group, const PolicyRule &rule);
+
+    // The reference answer: a plain scan of the group, in stored order.
+    static bool scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
+    // Whether `covering` makes `rule` redundant (identity is not checked here).
+    static bool covers(const PolicyRule &covering, const PolicyRule &rule);
+
+private:
+    // Counts of covering rules sharing class and constraint, per low-8-bit
+    // operations mask (few distinct masks occur, so a short list).
+    struct Bucket
+    {
+        quint32 policyClass = 0;
+        QString constraint;
+        QVarLengthArray<std::pair<quint8, int>, 2> masks;
+
+        void add(quint8 mask);
+        int coveringCount(quint8 mask) const;
+    };
+    using BucketList = QVarLengthArray<Bucket, 1>;
+
+    struct PrefixPath
+    {
+        QString path;
+        int parent = -1; // longest other indexed path that is a prefix of this one
+        BucketList buckets;
+    };
+
+    struct GroupIndex
+    {
+        BucketList wholeScope;          // rules on "any" or ""
+        std::vector<PrefixPath> prefix; // prefix rules, sorted by path
+        QHash<const PolicyRule *, int> occurrences;
+
+        explicit GroupIndex(const QList<PolicyRulePtr> &group);
+        bool isRedundant(const PolicyRule &rule) const;
+
+    private:
+        int selfCount(const PolicyRule &rule) const;
+        int longestPrefixOf(const QString &path) const;
+    };
+
+    std::unordered_map<QString, GroupIndex> m_groups;
+};
