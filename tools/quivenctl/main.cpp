@@ -1,5 +1,5 @@
 #include "CommandRegistry.h"
-#include "JournalMessageHandler.h"
+#include "logging/JournalMessageHandler.h"
 
 #include <QCoreApplication>
 #include <cstdio>
