@@ -1,0 +1,4 @@
+#include "RuleLogging.h"
+
+// Flow messages are debug level and stay quiet unless enabled through the logging rules.
+Q_LOGGING_CATEGORY(lcRuleManagement, "com.norvalis.rule-management", QtInfoMsg)

@@ -1,0 +1,121 @@
+#include "RuleManager.h"
+
+#include "PreferencesFile.h"
+#include "ProductFolders.h"
+#include "RedundancyIndex.h"
+#include "RuleLogging.h"
+
+RuleManager::RuleManager()
+{
+    reset();
+    m_sortDescriptors.reset();
+    m_searchString = QString();
+    m_ruleSequence = 0;
+}
+
+RuleManager::~RuleManager() = default;
+
+RuleManager *RuleManager::shared()
+{
+    // Function-local static: created exactly once, even when first asked for from several threads.
+    static RuleManager *const instance = [] {
+        auto *manager = new RuleManager;
+        manager->initWithCurrentUserConfigurationAndLoadDefaultRC(true);
+        return manager;
+    }();
+    return instance;
+}
+
+std::unique_ptr<RuleManager> RuleManager::withContentsOfFile(const QString &path,
+                                                             bool shouldLabelAsSystemRules)
+{
+    auto manager = std::make_unique<RuleManager>();
+    manager->initWithContentsOfFile(path, shouldLabelAsSystemRules);
+    return manager;
+}
+
+std::unique_ptr<RuleManager> RuleManager::withCurrentUserConfigurationAndLoadDefaultRC(bool loadSystemRules)
+{
+    auto manager = std::make_unique<RuleManager>();
+    manager->initWithCurrentUserConfigurationAndLoadDefaultRC(loadSystemRules);
+    return manager;
+}
+
+void RuleManager::initWithContentsOfFile(const QString &path, bool shouldLabelAsSystemRules)
+{
+    QMutexLocker locker(&m_lock);
+    {
+        QMutexLocker groups(&m_groupMapLock);
+        m_policyRulesByApplication = {};
+    }
+    {
+        QMutexLocker watches(&m_watchListLock);
+        m_watchRules = {};
+    }
+    m_traceRules = {};
+    {
+        QMutexLocker options(&m_optionListLock);
+        m_filterOptions = {};
+    }
+    m_teamIDsWhitelist = {};
+    m_searchString = QString();
+    invalidateRedundancyIndex();
+    // A failed read leaves an empty ruleset with lastErrorMessage set; loading goes on regardless.
+    addFileContents(path, shouldLabelAsSystemRules);
+    loadOptions();
+    rebuildRulesCache();
+}
+
+void RuleManager::initWithCurrentUserConfigurationAndLoadDefaultRC(bool loadSystemRules)
+{
+    QMutexLocker locker(&m_lock);
+    m_sortDescriptors.reset();
+    initWithContentsOfFile(ProductFolders::localUserFile(), false);
+    loadOptions();
+    if (loadSystemRules)
+        loadSystemRuleSet();
+}
+
+void RuleManager::reset()
+{
+    qCDebug(lcRuleManagement, "%s", Q_FUNC_INFO);
+    QMutexLocker locker(&m_lock);
+    {
+        QMutexLocker groups(&m_groupMapLock);
+        m_policyRulesByApplication = {};
+    }
+    {
+        QMutexLocker watches(&m_watchListLock);
+        m_watchRules = {};
+    }
+    m_traceRules = {};
+    {
+        QMutexLocker options(&m_optionListLock);
+        m_filterOptions = {};
+    }
+    m_teamIDsWhitelist = {};
+    invalidateRedundancyIndex();
+}
+
+void RuleManager::loadSystemRuleSet()
+{
+    QMutexLocker locker(&m_lock);
+    m_settings = readPreferencesFile(ProductFolders::preferencesFile());
+    addFileContents(ProductFolders::systemRuleFile(QStringLiteral("quiven.rc")), true);
+    static const std::pair<const char *, const char *> optionalFiles[] = {
+        {"policy.global.user", "user.rc"},
+        {"policy.global.webcam", "webcam.rc"},
+        {"policy.global.startup", "startup.rc"},
+        {"policy.global.exec", "exec.rc"},
+    };
+    for (const auto &[option, fileName] : optionalFiles) {
+        if (getOption(QString::fromLatin1(option)) != 2)
+            addFileContents(ProductFolders::systemRuleFile(QString::fromLatin1(fileName)), true);
+    }
+    rebuildRulesCache();
+}
+
+QString RuleManager::description() const
+{
+    return QStringLiteral("<RuleManager: 0x%1>").arg(quintptr(this), 0, 16);
+}

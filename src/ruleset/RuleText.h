@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+// Small text helpers shared by the records, the reader and the options.
+namespace RuleText {
+
+// The non-null empty text: records default to it, and an absent (null) text
+// must stay distinguishable from it.
+inline QString emptyText()
+{
+    return QStringLiteral("");
+}
+
+// How an absent text shows in descriptions and composed keys.
+inline QString orNullMarker(const QString &text)
+{
+    return text.isNull() ? QStringLiteral("(null)") : text;
+}
+
+// The path without its last component, with "/" appended: /a/b/c.txt gives /a/b/.
+// A null path stays null.
+QString directoryOfPath(const QString &path);
+
+// Leading decimal number as a signed 64-bit value: blanks, an optional sign and
+// digits; 0 when there are none; saturates instead of overflowing.
+qint64 leadingInteger(QStringView text);
+
+// Leading decimal number kept within 32 signed bits (saturating).
+qint32 leadingInt32(QStringView text);
+
+// Boolean reading of a text: true for a leading "Y", "y", "T", "t" or a non-zero digit.
+bool textIsTrue(QStringView text);
+
+quint32 policyClassForWord(QStringView word);
+quint32 policyTypeForWord(QStringView word);
+quint32 operationsForLetters(QStringView letters);
+quint32 flagsForLetters(QStringView letters);
+
+QString policyClassWord(quint32 policyClass);
+QString policyTypeWord(quint32 policyType);
+QString operationLetters(quint32 operations);
+QString flagLetters(quint32 flags);
+
+} // namespace RuleText
