@@ -1,0 +1,222 @@
+#include "ProductFolders.h"
+#include "RuleLogging.h"
+#include "RuleManager.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QMutexLocker>
+#include <QStringEncoder>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t kRulesetFileMode = 0644;
+constexpr mode_t kUserConfigurationMode = 0640;
+
+QString systemErrorText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// Writes rule lines to one open file, one write() per line, remembering the last
+// short write instead of stopping: the rest of the ruleset is still worth saving.
+class RuleLineSink
+{
+public:
+    RuleLineSink(int fd, const QString &path, QString &lastErrorMessage)
+        : m_fd(fd)
+        , m_path(path)
+        , m_lastErrorMessage(lastErrorMessage)
+        , m_encoder(QStringEncoder::Utf8)
+    {}
+
+    void write(const QString &line)
+    {
+        m_buffer.resize(m_encoder.requiredSpace(line.size()));
+        char *end = m_encoder.appendToBuffer(m_buffer.data(), line);
+        const size_t length = size_t(end - m_buffer.data());
+        const ssize_t written = ::write(m_fd, m_buffer.constData(), length);
+        if (written < 0 || size_t(written) != length) {
+            const int error = errno;
+            m_lastErrorMessage =
+                QCoreApplication::translate("RuleManager", "Failed write() operation on file '%1' %2 (%3)")
+                    .arg(m_path, systemErrorText(error))
+                    .arg(error);
+            qCWarning(lcRuleManagement).noquote() << m_lastErrorMessage;
+        }
+    }
+
+private:
+    int m_fd;
+    const QString &m_path;
+    QString &m_lastErrorMessage;
+    QStringEncoder m_encoder;
+    QByteArray m_buffer;
+};
+
+int openForWriting(const QString &path, QString &lastErrorMessage)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const int fd =
+        ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kRulesetFileMode);
+    if (fd < 0) {
+        const int error = errno;
+        lastErrorMessage =
+            QCoreApplication::translate("RuleManager", "Failed to open file '%1' for writing: %2 (%3)")
+                .arg(path, systemErrorText(error))
+                .arg(error);
+        qCWarning(lcRuleManagement).noquote() << lastErrorMessage;
+    }
+    return fd;
+}
+
+void finishFile(int fd)
+{
+    // The mode is set on the open descriptor so that it lands on the file just
+    // written, never on whatever the path names by now.
+    ::fchmod(fd, kRulesetFileMode);
+    ::close(fd);
+}
+
+bool hasTextForm(const NVCRuleBase *rule)
+{
+    return dynamic_cast<const PolicyRule *>(rule) || dynamic_cast<const WatchRule *>(rule);
+}
+
+} // namespace
+
+bool RuleManager::writeToFile(const QString &path)
+{
+    QMutexLocker locker(&m_lock);
+    m_lastErrorMessage = QString();
+    const int fd = openForWriting(path, m_lastErrorMessage);
+    if (fd < 0)
+        return false;
+
+    // Every user rule is written whatever the table shows; the filtered view is
+    // put back exactly afterwards so the table keeps its rows and order.
+    const bool wasFiltered = !m_searchString.isNull();
+    QList<PolicyRulePtr> keptPolicyRules;
+    QList<RuleBasePtr> keptCompositeIndex;
+    QList<RuleBasePtr> keptCompositeIndexUserOnly;
+    QString keptSearchString;
+    if (wasFiltered) {
+        keptPolicyRules = m_policyRules;
+        keptCompositeIndex = m_compositeIndex;
+        keptCompositeIndexUserOnly = m_compositeIndexUserOnly;
+        keptSearchString = m_searchString;
+        m_searchString = QString();
+        rebuildRulesCache();
+    }
+
+    RuleLineSink sink(fd, path, m_lastErrorMessage);
+    for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
+        if (rule && !rule->system)
+            sink.write(rule->toString());
+    }
+    for (const PolicyRulePtr &rule : std::as_const(m_policyRules)) {
+        if (rule && !rule->system)
+            sink.write(rule->toString());
+    }
+    finishFile(fd);
+
+    if (wasFiltered) {
+        m_searchString = keptSearchString;
+        m_policyRules = std::move(keptPolicyRules);
+        m_compositeIndex = std::move(keptCompositeIndex);
+        m_compositeIndexUserOnly = std::move(keptCompositeIndexUserOnly);
+    }
+    return true;
+}
+
+bool RuleManager::writeToFile(const QString &path, const QList<RuleBasePtr> &policiesToWrite)
+{
+    m_lastErrorMessage = QString();
+    const int fd = openForWriting(path, m_lastErrorMessage);
+    if (fd < 0)
+        return false;
+
+    RuleLineSink sink(fd, path, m_lastErrorMessage);
+    for (const RuleBasePtr &rule : policiesToWrite) {
+        if (!hasTextForm(rule.get())) {
+            qCWarning(lcRuleManagement).noquote()
+                << QStringLiteral("%1: Don't know how to render rule object %2")
+                       .arg(QLatin1String("-[RuleManager writeToFile:policiesToWrite:]"),
+                            rule ? rule->description() : QStringLiteral("(null)"));
+            continue;
+        }
+        sink.write(rule->toString());
+    }
+    finishFile(fd);
+    return true;
+}
+
+void RuleManager::writeToCurrentUserConfiguration()
+{
+    const QString path = ProductFolders::localUserFile();
+    if (!writeToFile(path))
+        return;
+    // The user's own ruleset is not for other accounts to read.
+    if (::chmod(QFile::encodeName(path).constData(), kUserConfigurationMode) != 0) {
+        const int error = errno;
+        qCWarning(lcRuleManagement).noquote() << QStringLiteral("Failed to set the mode of '%1': %2 (%3)")
+                                                     .arg(path, systemErrorText(error))
+                                                     .arg(error);
+    }
+}
+
+void RuleManager::copyUserRulesetTo(const QUrl &destination,
+                                    const std::optional<QList<RuleBasePtr>> &selection)
+{
+    const QString path = destination.toLocalFile();
+    bool written;
+    if (selection) {
+        qCDebug(lcRuleManagement).noquote()
+            << QStringLiteral("Copying %1 selected policies to %2").arg(selection->size()).arg(path);
+        written = writeToFile(path, *selection);
+    } else {
+        qCDebug(lcRuleManagement).noquote() << QStringLiteral("Copying all policies to %1").arg(path);
+        written = writeToFile(path);
+    }
+    if (!written) {
+        qCWarning(lcRuleManagement).noquote()
+            << QStringLiteral("Error occurred when copy user ruleset to destination %1: %2")
+                   .arg(path, m_lastErrorMessage);
+        return;
+    }
+    // Showing the file in the desktop's file manager is the interface layer's
+    // business: this library stays free of GUI modules.
+    qCInfo(lcRuleManagement).noquote() << QStringLiteral("Exported rules to %1").arg(path);
+}
+
+QString RuleManager::manicurePath(const QString &path, const QString &homePath,
+                                  const std::function<bool(const QString &)> &fileExists)
+{
+    if (path.isNull())
+        return QString();
+    if (path == QLatin1String("any"))
+        return QStringLiteral("");
+    QString result = path;
+    if (!homePath.isNull()) {
+        result.replace(QLatin1String("$HOME"), homePath);
+        if (result.startsWith(QLatin1String("~/")))
+            result = homePath + u'/' + QStringView(result).mid(2);
+    }
+    if (result.startsWith(QLatin1String("/Applications/"))) {
+        const QString candidate = QLatin1String("/System") + result;
+        if (fileExists && fileExists(candidate))
+            return candidate;
+    }
+    return result;
+}
+
+QString RuleManager::manicurePath(const QString &path, const QString &homePath)
+{
+    return manicurePath(path, homePath,
+                        [](const QString &candidate) { return QFileInfo::exists(candidate); });
+}

@@ -1,0 +1,200 @@
+#include "RuleLogging.h"
+#include "RuleManager.h"
+
+#include <QCollator>
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+enum class Field
+{
+    Path,
+    ProcessName,
+    ProcessShortName,
+    Tag,
+    Constraint,
+    PolicyClass,
+    PolicyType,
+    Operations,
+    Flags,
+    Created,
+    Sequence,
+    System,
+};
+
+std::optional<Field> fieldForKey(const QString &key)
+{
+    static const QHash<QString, Field> fields{
+        {QStringLiteral("path"), Field::Path},
+        {QStringLiteral("processName"), Field::ProcessName},
+        {QStringLiteral("processShortName"), Field::ProcessShortName},
+        {QStringLiteral("tag"), Field::Tag},
+        {QStringLiteral("constraint"), Field::Constraint},
+        {QStringLiteral("policyClass"), Field::PolicyClass},
+        {QStringLiteral("policyType"), Field::PolicyType},
+        {QStringLiteral("operations"), Field::Operations},
+        {QStringLiteral("flags"), Field::Flags},
+        {QStringLiteral("created"), Field::Created},
+        {QStringLiteral("sequence"), Field::Sequence},
+        {QStringLiteral("system"), Field::System},
+    };
+    const auto it = fields.constFind(key);
+    return it == fields.cend() ? std::nullopt : std::optional<Field>(*it);
+}
+
+QString textOf(const NVCRuleBase &rule, Field field)
+{
+    switch (field) {
+    case Field::Path:
+        return rule.path;
+    case Field::ProcessName:
+        return rule.processName;
+    case Field::ProcessShortName:
+        // The display name is filled on demand; an unfilled record sorts by the
+        // name it would show.
+        return rule.processShortName.isEmpty() ? rule.getProcessShortName() : rule.processShortName;
+    case Field::Tag:
+        return rule.tag;
+    case Field::Constraint:
+        return rule.constraint;
+    default:
+        return QString();
+    }
+}
+
+qint64 numberOf(const NVCRuleBase &rule, Field field)
+{
+    switch (field) {
+    case Field::PolicyClass:
+        return rule.policyClass;
+    case Field::PolicyType:
+        return rule.policyType;
+    case Field::Operations:
+        return rule.operations;
+    case Field::Flags:
+        return rule.flags;
+    case Field::Created:
+        return rule.created;
+    case Field::Sequence:
+        return rule.sequence;
+    case Field::System:
+        return rule.system ? 1 : 0;
+    default:
+        return 0;
+    }
+}
+
+bool isTextField(Field field)
+{
+    return field <= Field::Constraint;
+}
+
+// Case-insensitive, with digit runs compared by value ("file2" before "file10").
+// ICU collators are costly to create, so each thread keeps one.
+QCollator &localizedCollator()
+{
+    thread_local QCollator collator = [] {
+        QCollator c;
+        c.setCaseSensitivity(Qt::CaseInsensitive);
+        c.setNumericMode(true);
+        return c;
+    }();
+    return collator;
+}
+
+int compareNumbers(qint64 a, qint64 b)
+{
+    return (a > b) - (a < b);
+}
+
+// One sort key with its values computed once per row, so comparisons during
+// the sort stay cheap.
+class SortColumn
+{
+public:
+    SortColumn(const RuleSortDescriptor &descriptor, Field field, const QList<RuleBasePtr> &rows)
+        : m_ascending(descriptor.ascending)
+        , m_text(isTextField(field))
+        , m_localized(descriptor.comparison == RuleSortDescriptor::Comparison::LocalizedStandardCompare)
+    {
+        const bool folded = descriptor.comparison == RuleSortDescriptor::Comparison::CaseInsensitiveCompare;
+        for (const RuleBasePtr &row : rows) {
+            if (!m_text) {
+                m_numbers.push_back(row ? numberOf(*row, field) : 0);
+                continue;
+            }
+            const QString text = row ? textOf(*row, field) : QString();
+            if (m_localized)
+                m_keys.push_back(localizedCollator().sortKey(text));
+            else
+                m_texts.push_back(folded ? text.toCaseFolded() : text);
+        }
+    }
+
+    int compare(qsizetype a, qsizetype b) const
+    {
+        int result;
+        if (!m_text)
+            result = compareNumbers(m_numbers[size_t(a)], m_numbers[size_t(b)]);
+        else if (m_localized)
+            result = m_keys[size_t(a)].compare(m_keys[size_t(b)]);
+        else
+            result = m_texts[size_t(a)].compare(m_texts[size_t(b)]);
+        return m_ascending ? result : -result;
+    }
+
+private:
+    bool m_ascending;
+    bool m_text;
+    bool m_localized;
+    std::vector<qint64> m_numbers;
+    std::vector<QString> m_texts;
+    std::vector<QCollatorSortKey> m_keys;
+};
+
+} // namespace
+
+void RuleManager::sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors)
+{
+    m_sortDescriptors = descriptors;
+
+    std::vector<SortColumn> columns;
+    for (const RuleSortDescriptor &descriptor : descriptors) {
+        const std::optional<Field> field = fieldForKey(descriptor.key);
+        if (!field) {
+            qCWarning(lcRuleManagement).noquote()
+                << QStringLiteral("Ignoring sort by unknown rule property %1").arg(descriptor.key);
+            continue;
+        }
+        columns.emplace_back(descriptor, *field, m_compositeIndex);
+    }
+    if (columns.empty())
+        return;
+
+    std::vector<qsizetype> order(size_t(m_compositeIndex.size()));
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [&columns](qsizetype a, qsizetype b) {
+        for (const SortColumn &column : columns) {
+            if (const int result = column.compare(a, b))
+                return result < 0;
+        }
+        return false;
+    });
+
+    // The user-only view is the system-free subsequence of the full one; a
+    // stable sort keeps it so, so it is taken from the sorted full view.
+    QList<RuleBasePtr> sorted;
+    QList<RuleBasePtr> sortedUserOnly;
+    sorted.reserve(m_compositeIndex.size());
+    sortedUserOnly.reserve(m_compositeIndexUserOnly.size());
+    for (const qsizetype row : order) {
+        const RuleBasePtr &rule = m_compositeIndex.at(row);
+        sorted.append(rule);
+        if (rule && !rule->system)
+            sortedUserOnly.append(rule);
+    }
+    m_compositeIndex = std::move(sorted);
+    m_compositeIndexUserOnly = std::move(sortedUserOnly);
+}
