@@ -1,0 +1,210 @@
+#include "NVCQUIVENClient.h"
+
+#include "NVCQUIVENClientTerminationProtocolAdaptor.h"
+#include "NVCQUIVENDaemonProtocolProxy.h"
+
+#include <QDBusPendingReply>
+#include <QLoggingCategory>
+
+Q_LOGGING_CATEGORY(lcQuivenClient, "com.norvalis.NVCQUIVENClient")
+
+namespace {
+
+class TerminationListener : public NVCSubscriptionListener
+{
+    Q_OBJECT
+public:
+    TerminationListener(NVCQUIVENClient *client)
+        : NVCSubscriptionListener(client)
+        , m_quivenClient(client)
+    {
+        new NVCQUIVENClientTerminationProtocolAdaptor(this);
+    }
+
+public Q_SLOTS:
+    void terminate()
+    {
+        if (!acceptCall() || !m_quivenClient)
+            return;
+        // Shutting down drops this listener; finish the current call first.
+        QTimer::singleShot(0, m_quivenClient.data(), [client = m_quivenClient] {
+            if (client)
+                client->terminate();
+        });
+    }
+
+private:
+    QPointer<NVCQUIVENClient> m_quivenClient;
+};
+
+} // namespace
+
+NVCQUIVENClient::NVCQUIVENClient(const QDBusConnection &bus, const NVCNamespace &nameSpace, QObject *parent)
+    : NVCQUIVENClient(bus, QStringLiteral("NVCQUIVENDaemonProtocol"), nameSpace, parent)
+{}
+
+NVCQUIVENClient::NVCQUIVENClient(const QDBusConnection &bus, const QString &protocolName,
+                                 const NVCNamespace &nameSpace, QObject *parent)
+    : NVCServiceClient(bus, QString::fromLatin1(quiven::dbus::kFilterServiceName), protocolName, nameSpace,
+                       parent)
+{
+    doinit();
+}
+
+NVCQUIVENClient::NVCQUIVENClient(const QDBusConnection &bus, const NVCListenerEndpoint &endpoint,
+                                 QObject *parent)
+    : NVCServiceClient(bus, endpoint, QStringLiteral("NVCQUIVENDaemonProtocol"), parent)
+{
+    doinit();
+}
+
+void NVCQUIVENClient::doinit()
+{
+    m_daemon = new ComNorvalisNVCQUIVENDaemonProtocolInterface(serviceName(), objectPath(), bus(), this);
+    m_serviceTerminated = false;
+    subscribeToUpdateWithProtocol(QString::fromLatin1(terminationProtocol));
+    qCDebug(lcQuivenClient, "Setting invalidation handler to connection %s", qUtf8Printable(serviceName()));
+    QPointer<NVCQUIVENClient> weakSelf(this);
+    setInvalidationHandler([weakSelf] {
+        qCCritical(lcQuivenClient,
+                   "QUIVEN XPC connection was invalidated! Resetting client registration status");
+        if (weakSelf)
+            weakSelf->m_isRegistered = false;
+    });
+    qCDebug(lcQuivenClient, "Setting interruption handler to connection %s", qUtf8Printable(serviceName()));
+    setInterruptionHandler([weakSelf] {
+        qCCritical(lcQuivenClient,
+                   "QUIVEN XPC connection was interrupted! Resetting client registration status");
+        if (weakSelf)
+            weakSelf->m_isRegistered = false;
+    });
+}
+
+NVCSubscriptionListener *NVCQUIVENClient::createListener(const QString &protocolName)
+{
+    if (protocolName == QLatin1String(terminationProtocol))
+        return new TerminationListener(this);
+    return NVCServiceClient::createListener(protocolName);
+}
+
+ComNorvalisNVCQUIVENDaemonProtocolInterface *NVCQUIVENClient::daemonProxy()
+{
+    if (m_serviceTerminated || !connection())
+        return nullptr;
+    return m_daemon;
+}
+
+NVCServiceClient::ErrorCallback NVCQUIVENClient::xpcErrorLogger()
+{
+    return [](const QDBusError &error) {
+        qCCritical(lcQuivenClient, "XPC error: %s", qUtf8Printable(error.message()));
+    };
+}
+
+void NVCQUIVENClient::setQUIVENEnabled(bool enabled, bool needCleanup, std::function<void(bool)> callback)
+{
+    auto *daemon = daemonProxy();
+    if (!daemon)
+        return;
+    deliver(
+        daemon->setQUIVENEnabled(enabled, needCleanup),
+        [callback](const QDBusPendingCall &call) {
+            if (callback)
+                callback(QDBusPendingReply<bool>(call).value());
+        },
+        [callback](const QDBusError &error) {
+            xpcErrorLogger()(error);
+            if (callback)
+                callback(false);
+        });
+}
+
+void NVCQUIVENClient::getQUIVENFilterStatusWithCallback(std::function<void(qint64)> callback)
+{
+    auto *daemon = daemonProxy();
+    if (!daemon)
+        return;
+    deliver(
+        daemon->getQUIVENFilterStatusWithCallback(),
+        [callback](const QDBusPendingCall &call) {
+            if (callback)
+                callback(QDBusPendingReply<qlonglong>(call).value());
+        },
+        [callback](const QDBusError &error) {
+            xpcErrorLogger()(error);
+            if (callback)
+                callback(0);
+        });
+}
+
+void NVCQUIVENClient::reloadSystemRules()
+{
+    auto *daemon = daemonProxy();
+    if (!daemon)
+        return;
+    deliver(
+        daemon->reloadSystemRulesWithCallback(),
+        [](const QDBusPendingCall &call) {
+            if (QDBusPendingReply<bool>(call).value())
+                qCInfo(lcQuivenClient, "System rules have been successfully reloaded");
+            else
+                qCCritical(lcQuivenClient, "Failed to reload system rules");
+        },
+        xpcErrorLogger());
+}
+
+void NVCQUIVENClient::reloadSystemRulesWithCallback(std::function<void(bool)> callback)
+{
+    auto *daemon = daemonProxy();
+    if (!daemon)
+        return;
+    deliver(
+        daemon->reloadSystemRulesWithCallback(),
+        [callback](const QDBusPendingCall &call) {
+            if (callback)
+                callback(QDBusPendingReply<bool>(call).value());
+        },
+        [callback](const QDBusError &error) {
+            xpcErrorLogger()(error);
+            if (callback)
+                callback(false);
+        });
+}
+
+void NVCQUIVENClient::deleteFailsafeLog()
+{
+    if (auto *daemon = daemonProxy())
+        deliver(daemon->deleteFailsafeLog(), {}, xpcErrorLogger());
+}
+
+void NVCQUIVENClient::registerUserAgent()
+{
+    auto *daemon = daemonProxy();
+    if (!daemon)
+        return;
+    QPointer<NVCQUIVENClient> weakSelf(this);
+    deliver(
+        daemon->registerUserAgentWithCallback(),
+        [weakSelf](const QDBusPendingCall &call) {
+            const bool registered = QDBusPendingReply<bool>(call).value();
+            qCInfo(lcQuivenClient, "QUIVEN daemon reported registration status: %s",
+                   registered ? "success" : "failure");
+            if (weakSelf)
+                weakSelf->m_isRegistered = registered;
+        },
+        [weakSelf](const QDBusError &error) {
+            qCCritical(lcQuivenClient, "XPC error during agent registration: %s",
+                       qUtf8Printable(error.message()));
+            if (weakSelf)
+                weakSelf->m_isRegistered = false;
+        });
+}
+
+void NVCQUIVENClient::terminate()
+{
+    qCInfo(lcQuivenClient, "%s event received from daemon", "-[NVCQUIVENClient terminate]");
+    m_serviceTerminated = true;
+    shutdownWithoutUnsubscribe();
+}
+
+#include "NVCQUIVENClient.moc"

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "NVCServiceClient.h"
+
+#include <atomic>
+
+class ComNorvalisNVCQUIVENDaemonProtocolInterface;
+
+// Client of the filter daemon: enable, status, reload, failsafe log, agent
+// registration. Goes quiet for good once the daemon sends `terminate`.
+class NVCQUIVENClient : public NVCServiceClient
+{
+    Q_OBJECT
+public:
+    static constexpr auto terminationProtocol = "NVCQUIVENClientTerminationProtocol";
+    static constexpr auto serviceStartedNotification = "com.norvalis.quiven-xpc-service-started";
+
+    explicit NVCQUIVENClient(const QDBusConnection &bus,
+                             const NVCNamespace &nameSpace = NVCNamespace::globalNamespace(),
+                             QObject *parent = nullptr);
+    NVCQUIVENClient(const QDBusConnection &bus, const NVCListenerEndpoint &endpoint,
+                    QObject *parent = nullptr);
+
+    void setQUIVENEnabled(bool enabled, bool needCleanup, std::function<void(bool)> callback);
+    void getQUIVENFilterStatusWithCallback(std::function<void(qint64)> callback);
+    void reloadSystemRules();
+    void reloadSystemRulesWithCallback(std::function<void(bool)> callback);
+    void deleteFailsafeLog();
+    void registerUserAgent();
+
+    // The daemon's terminate event.
+    void terminate();
+
+    bool isRegistered() const { return m_isRegistered; }
+    bool serviceTerminated() const { return m_serviceTerminated; }
+
+protected:
+    NVCQUIVENClient(const QDBusConnection &bus, const QString &protocolName, const NVCNamespace &nameSpace,
+                    QObject *parent);
+    NVCSubscriptionListener *createListener(const QString &protocolName) override;
+
+    // The daemon proxy, or null after `terminate` (calls are then dropped).
+    ComNorvalisNVCQUIVENDaemonProtocolInterface *daemonProxy();
+    static ErrorCallback xpcErrorLogger();
+
+private:
+    void doinit();
+
+    ComNorvalisNVCQUIVENDaemonProtocolInterface *m_daemon = nullptr;
+    std::atomic_bool m_isRegistered = false;
+    std::atomic_bool m_serviceTerminated = false;
+};
