@@ -1,0 +1,256 @@
+#include "ProductFolders.h"
+#include "RuleFileSource.h"
+#include "RuleLogging.h"
+#include "RuleManager.h"
+#include "RuleReadSupport.h"
+#include "RuleText.h"
+#include "RuleTokenizer.h"
+
+#include <QCoreApplication>
+#include <vector>
+
+namespace {
+
+bool isLineSeparator(char16_t c)
+{
+    return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+bool startsWithAny(const QString &path, const QStringList &prefixes)
+{
+    for (const QString &prefix : prefixes) {
+        if (path.startsWith(prefix))
+            return true;
+    }
+    return false;
+}
+
+// Per-read lookup state. Rules of one group share process name and constraint
+// data (interned), so a group's key is computed once per distinct pair.
+struct ReadState
+{
+    struct Group
+    {
+        QString key;
+        bool indexed = false; // its members before this read are in `duplicates`
+    };
+
+    StringPool strings;
+    QHash<std::pair<const QChar *, const QChar *>, int> groupByText;
+    QHash<QString, int> groupByKey;
+    std::vector<Group> groups;
+    DuplicateIndex duplicates;
+    DuplicateIndex watchDuplicates;
+    bool watchRulesIndexed = false;
+
+    Group &groupFor(const PolicyRule &rule)
+    {
+        const std::pair textKey{rule.processName.constData(), rule.constraint.constData()};
+        auto found = groupByText.constFind(textKey);
+        if (found != groupByText.cend())
+            return groups[std::size_t(found.value())];
+        const QString key = RuleManager::applicationGroupIdentityForRule(rule);
+        int slot = groupByKey.value(key, -1);
+        if (slot < 0) {
+            slot = int(groups.size());
+            groups.push_back(Group{key, false});
+            groupByKey.insert(key, slot);
+        }
+        groupByText.insert(textKey, slot);
+        return groups[std::size_t(slot)];
+    }
+};
+
+// Failsafe rules on neighbouring paths merge into one rule on their folder. The
+// plain scan is kept here because merging rewrites paths of stored rules.
+bool mergeIntoFailsafeGroup(QList<PolicyRulePtr> &group, PolicyRule &rule)
+{
+    for (const PolicyRulePtr &member : group) {
+        if (member->isEqualTo(rule))
+            return true;
+    }
+    if (rule.path.startsWith(u':'))
+        return false;
+    bool duplicate = false;
+    for (const PolicyRulePtr &member : group) {
+        if (!member->isEqualToRuleWithPrefix(rule))
+            continue;
+        duplicate = true;
+        const QString directory = RuleText::directoryOfPath(member->path);
+        if (directory == RuleText::directoryOfPath(rule.path) && directory != member->path &&
+            member->path != rule.path) {
+            member->path = directory;
+            rule.path = directory;
+        }
+    }
+    return duplicate;
+}
+
+} // namespace
+
+bool RuleManager::addFileContents(const QString &path, bool shouldLabelAsSystemRules)
+{
+    QMutexLocker locker(&m_lock);
+    return unsynchronizedAddFileContents(path, shouldLabelAsSystemRules);
+}
+
+bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool shouldLabelAsSystemRules)
+{
+    qCDebug(lcRuleManagement, "Adding contents of file at path %s", qUtf8Printable(path));
+    m_lastErrorMessage = QString();
+    const bool isFailsafe = path == ProductFolders::failsafeFile();
+    const std::optional<QString> text = loadRuleFileText(path, &m_lastErrorMessage);
+    if (!text)
+        return false;
+
+    const bool takesOptions = m_onlyValidating || startsWithAny(path, ProductFolders::baseRulesetFiles());
+    const bool system = shouldLabelAsSystemRules;
+    QMutexLocker groupLocker(&m_groupMapLock);
+    QMutexLocker watchLocker(&m_watchListLock);
+    ReadState state;
+    RuleTokens tokens;
+    bool storeChanged = false;
+    // Counted as an editor would, a CR LF pair being one line end.
+    qsizetype lineNumber = 1;
+
+    const QStringView all(*text);
+    qsizetype lineStart = 0;
+    while (lineStart <= all.size()) {
+        qsizetype lineEnd = lineStart;
+        while (lineEnd < all.size() && !isLineSeparator(all[lineEnd].unicode()))
+            ++lineEnd;
+        const QStringView line = all.sliced(lineStart, lineEnd - lineStart);
+        const qsizetype currentLine = lineNumber;
+        if (lineEnd < all.size() && !(all[lineEnd] == u'\n' && lineEnd > 0 && all[lineEnd - 1] == u'\r'))
+            ++lineNumber;
+        lineStart = lineEnd + 1;
+
+        if (line.startsWith(u';'))
+            continue;
+        tokenizeRuleLine(line, tokens);
+        const qsizetype count = tokens.size();
+        if (count == 0)
+            continue;
+        auto token = [&](qsizetype i) { return tokens[i].view(line); };
+        auto tokenText = [&](qsizetype i) {
+            const QStringView view = token(i);
+            return tokens[i].isAssembled ? tokens[i].assembled
+                                         : (view.isEmpty() ? RuleText::emptyText() : view.toString());
+        };
+        const QStringView first = token(0);
+
+        if (first == u"watch" && count >= 5) {
+            auto rule = std::make_shared<WatchRule>();
+            rule->policyType = RuleText::policyTypeForWord(token(1));
+            rule->path = tokenText(2);
+            rule->processName = state.strings.intern(token(3));
+            rule->operations = RuleText::operationsForLetters(token(4));
+            rule->system = system;
+            rule->sequence = m_ruleSequence++;
+            if (count > 5) {
+                if (system)
+                    rule->flags = RuleText::flagsForLetters(token(5));
+                else
+                    rule->tag = state.strings.intern(token(5));
+            }
+            qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
+                    rule->policyType, qUtf8Printable(rule->path), qUtf8Printable(rule->processName),
+                    rule->operations, qUtf8Printable(RuleText::operationLetters(rule->operations)));
+            if (!state.watchRulesIndexed) {
+                for (const WatchRulePtr &existing : std::as_const(m_watchRules))
+                    state.watchDuplicates.insert(*existing);
+                state.watchRulesIndexed = true;
+            }
+            if (!state.watchDuplicates.containsEqual(*rule)) {
+                state.watchDuplicates.insert(*rule);
+                m_watchRules.append(std::move(rule));
+                storeChanged = true;
+            }
+            continue;
+        }
+        if (first == u"set" && count >= 3) {
+            if (takesOptions) {
+                QStringList parts;
+                for (qsizetype i = 0; i < count; ++i)
+                    parts.append(tokenText(i));
+                addOptionWithParts(parts);
+            }
+            continue;
+        }
+        if (first == u"trace") {
+            // A trace line without its path and process used to bring the whole reader down.
+            // It fails the read, so such a file stays unloaded as before, but the process lives on.
+            if (count < 3) {
+                m_lastErrorMessage =
+                    QCoreApplication::translate("RuleManager",
+                                                "Incomplete trace rule in file '%1' at line %2: a trace rule "
+                                                "needs a path and a process")
+                        .arg(path)
+                        .arg(currentLine);
+                qCWarning(lcRuleManagement, "%s", qUtf8Printable(m_lastErrorMessage));
+                if (storeChanged)
+                    invalidateRedundancyIndex();
+                return false;
+            }
+            TraceRule rule{tokenText(2), tokenText(1)};
+            qCDebug(lcRuleManagement, "Trace rule %s added", qUtf8Printable(rule.description()));
+            m_traceRules.append(std::move(rule));
+            continue;
+        }
+        if (count < 5) {
+            qCWarning(lcRuleManagement, "Input of unexpected format %s. Skipping...",
+                      qUtf8Printable(line.toString()));
+            continue;
+        }
+
+        auto rule = std::make_shared<PolicyRule>();
+        rule->policyClass = RuleText::policyClassForWord(first);
+        rule->policyType = RuleText::policyTypeForWord(token(1));
+        rule->path = tokenText(2);
+        rule->processName = state.strings.intern(token(3));
+        rule->operations = RuleText::operationsForLetters(token(4));
+        rule->system = system;
+        rule->sequence = m_ruleSequence++;
+        if (count > 5) {
+            if (system)
+                rule->flags = RuleText::flagsForLetters(token(5));
+            else
+                rule->tag = state.strings.intern(token(5));
+        }
+        if (count > 6)
+            rule->constraint = state.strings.intern(token(6));
+        if ((rule->flags & RuleFlag::TeamID) && rule->path == u"/Users/")
+            m_teamIDsWhitelist.insert(rule->constraint);
+        if (count > 7)
+            rule->created = RuleText::leadingInteger(token(7));
+
+        ReadState::Group &group = state.groupFor(*rule);
+        QList<PolicyRulePtr> &members = m_policyRulesByApplication[group.key];
+        qCDebug(lcRuleManagement,
+                "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
+                "application directory for '%s'",
+                rule->policyClass, rule->policyType, qUtf8Printable(rule->path),
+                qUtf8Printable(rule->processName), rule->operations, rule->flags,
+                qUtf8Printable(rule->constraint), qUtf8Printable(group.key));
+
+        if (isFailsafe) {
+            storeChanged = true; // a merge may rewrite stored paths
+            if (mergeIntoFailsafeGroup(members, *rule))
+                continue;
+        } else {
+            if (!group.indexed) {
+                for (const PolicyRulePtr &member : std::as_const(members))
+                    state.duplicates.insert(*member);
+                group.indexed = true;
+            }
+            if (state.duplicates.containsEqual(*rule))
+                continue;
+            state.duplicates.insert(*rule);
+        }
+        members.append(std::move(rule));
+        storeChanged = true;
+    }
+    if (storeChanged)
+        invalidateRedundancyIndex();
+    return true;
+}

@@ -1,0 +1,87 @@
+#include "RuleFileSource.h"
+
+#include "RuleLogging.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QStringDecoder>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("RuleManager", text);
+}
+
+QString systemErrorText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+} // namespace
+
+std::optional<QString> loadRuleFileText(const QString &path, QString *errorMessage)
+{
+    if (path.isNull() || path.contains(QChar(u'\0'))) {
+        qCWarning(lcRuleManagement, "Could not open null path");
+        *errorMessage = tr("Internal error: the path provided was null");
+        return std::nullopt;
+    }
+    const QByteArray fileSystemPath = QFile::encodeName(path);
+    const QString loadFailure = tr("failed to load contents of %1").arg(path);
+
+    // The link itself is measured, so that a symbolic link reaches the open below and is refused there.
+    struct stat status;
+    if (::lstat(fileSystemPath.constData(), &status) != 0 || status.st_size <= 0) {
+        *errorMessage = loadFailure;
+        return std::nullopt;
+    }
+    const qsizetype size = qsizetype(status.st_size);
+
+    QByteArray buffer;
+    try {
+        buffer.resize(size + 1);
+    } catch (const std::bad_alloc &) {
+        qCWarning(lcRuleManagement, "failed to allocate buffer for %s", qUtf8Printable(path));
+        *errorMessage = tr("Internal error: unable to allocate memory");
+        return std::nullopt;
+    }
+
+    const int descriptor = ::open(fileSystemPath.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    // Descriptor 0 is refused as well: the reader never works on the standard-input slot.
+    if (descriptor <= 0) {
+        const int error = descriptor == 0 ? EBADF : errno;
+        if (descriptor == 0)
+            ::close(descriptor);
+        *errorMessage = tr("Failed to open file '%1' for reading: %2 (%3)")
+                            .arg(path, systemErrorText(error), QString::number(error));
+        return std::nullopt;
+    }
+    const ssize_t bytesRead = ::read(descriptor, buffer.data(), std::size_t(size));
+    if (bytesRead != ssize_t(size)) {
+        const int error = errno;
+        ::close(descriptor);
+        *errorMessage = tr("Failed to read() file '%1': %2 (%3)")
+                            .arg(path, systemErrorText(error), QString::number(error));
+        return std::nullopt;
+    }
+    ::close(descriptor);
+    buffer[size] = '\0';
+
+    // The text ends at the first NUL byte; a sequence cut off at the end is invalid too.
+    const qsizetype length = qstrnlen(buffer.constData(), std::size_t(size));
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::ConvertInitialBom | QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(QByteArrayView(buffer.constData(), length));
+    if (decoder.hasError()) {
+        *errorMessage = loadFailure;
+        return std::nullopt;
+    }
+    return text;
+}
