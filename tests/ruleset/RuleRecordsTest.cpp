@@ -1,0 +1,269 @@
+#include "FilterRuleDefinition.h"
+#include "RuleManager.h"
+
+#include <QDateTime>
+#include <gtest/gtest.h>
+
+namespace {
+
+PolicyRule makePolicy(const QString &path = QStringLiteral("/Users/a/file.txt"))
+{
+    PolicyRule rule;
+    rule.policyClass = PolicyClass::Deny;
+    rule.policyType = PolicyType::Path;
+    rule.operations = Operation::Read | Operation::Write;
+    rule.path = path;
+    rule.processName = QStringLiteral("/usr/bin/editor");
+    rule.constraint = QStringLiteral("ABCDE12345");
+    return rule;
+}
+
+TEST(RuleConversions, WordsAndLetters)
+{
+    EXPECT_EQ(RuleManager::policyClassForString("allow"), 0u);
+    EXPECT_EQ(RuleManager::policyClassForString("deny"), 1u);
+    EXPECT_EQ(RuleManager::policyClassForString("Allow"), 5u);
+    EXPECT_EQ(RuleManager::policyClassForString("watch"), 5u);
+    EXPECT_EQ(RuleManager::policyTypeForString("suffix"), 2u);
+    EXPECT_EQ(RuleManager::policyTypeForString(""), 4u);
+    EXPECT_EQ(PolicyRule::policyClassDescription(5), "err");
+    EXPECT_EQ(PolicyRule::policyTypeDescription(4), "err");
+    EXPECT_EQ(PolicyRule::policyTypeDescription(3), "err");
+    EXPECT_EQ(PolicyRule::policyClassDescription(2), "watch");
+
+    EXPECT_EQ(RuleManager::operationsForString(""), 0u);
+    EXPECT_EQ(RuleManager::operationsForString("xmcwr"), 31u);
+    EXPECT_EQ(RuleManager::operationsForString("x-r"), 17u);
+    EXPECT_EQ(RuleManager::operationsForString("rrR?"), 1u);
+    EXPECT_EQ(RuleManager::flagsForString("tu"), 5u);
+    EXPECT_EQ(RuleManager::operationsForInteger(31), "rwcmx");
+    EXPECT_EQ(RuleManager::operationsForInteger(0), "");
+    EXPECT_EQ(RuleManager::operationsForInteger(0x20 | Operation::Execute | Operation::Read), "rx");
+    EXPECT_EQ(RuleManager::flagsForInteger(7), "ust");
+
+    PolicyRule policy;
+    policy.flags = 7;
+    EXPECT_EQ(RuleManager::flagsForPolicyRule(policy), "u");
+    EXPECT_EQ(PolicyRule::flagsDescription(6), "");
+    WatchRule watch;
+    watch.flags = 7;
+    EXPECT_EQ(RuleManager::flagsForWatchRule(watch), "s");
+    watch.flags = 5;
+    EXPECT_EQ(RuleManager::flagsForWatchRule(watch), "");
+}
+
+TEST(RuleRecords, NewRecordDefaults)
+{
+    PolicyRule rule;
+    EXPECT_FALSE(rule.tag.isNull());
+    EXPECT_TRUE(rule.tag.isEmpty());
+    EXPECT_FALSE(rule.constraint.isNull());
+    EXPECT_TRUE(rule.path.isNull());
+    EXPECT_EQ(rule.created, 0);
+    EXPECT_LE(qAbs(rule.initialized - QDateTime::currentSecsSinceEpoch()), 2);
+}
+
+TEST(RuleRecords, TextForms)
+{
+    PolicyRule policy = makePolicy();
+    policy.tag = QStringLiteral("say \"hi\"");
+    policy.created = 1700000000;
+    policy.flags = RuleFlag::User;
+    EXPECT_EQ(
+        policy.toString(),
+        "deny path \"/Users/a/file.txt\" \"/usr/bin/editor\" rw \"say hi\" \"ABCDE12345\" \"1700000000\"\n");
+    EXPECT_EQ(policy.description(), "<PolicyRule: SYSTEM:NO text=deny path \"/Users/a/file.txt\" "
+                                    "\"/usr/bin/editor\" rw \"say hi\" \"ABCDE12345\" \"1700000000\">");
+
+    PolicyRule absent;
+    absent.tag = QString();
+    absent.constraint = QString();
+    EXPECT_EQ(absent.toString(), "allow prefix \"\" \"\"  \"\" \"\" \"0\"\n");
+
+    WatchRule watch;
+    watch.policyType = PolicyType::Prefix;
+    watch.path = QStringLiteral("/etc/");
+    watch.processName = QStringLiteral("any");
+    watch.operations = Operation::Write | Operation::Create;
+    watch.flags = RuleFlag::Sticky;
+    watch.tag = QStringLiteral("\"config\"");
+    EXPECT_EQ(watch.toString(), "watch prefix \"/etc/\" \"any\" wc \"config\"\n");
+    EXPECT_EQ(WatchRule::textForRule(watch), watch.toString());
+    EXPECT_TRUE(watch.description().startsWith("<WatchRule: policyClass: 0, policyType: 0, path: /etc/"));
+    EXPECT_FALSE(watch.description().endsWith(u'>'));
+
+    EXPECT_EQ((TraceRule{QStringLiteral("/bin/ls"), QStringLiteral("/tmp")}).description(),
+              "<TraceRule procesName=/bin/ls, path=/tmp>");
+    NVCRuleBase base;
+    EXPECT_EQ(base.toString(), "");
+    EXPECT_TRUE(base.description().contains("process - (null) ((null)), system - 0, constraint - "));
+}
+
+TEST(RuleRecords, EqualityIgnoresBookkeepingFields)
+{
+    const PolicyRule a = makePolicy();
+    PolicyRule b = makePolicy();
+    b.tag = QStringLiteral("other");
+    b.created = 42;
+    b.system = true;
+    b.sequence = 9;
+    b.processShortName = QStringLiteral("Editor");
+    EXPECT_TRUE(a.isEqualTo(b));
+    EXPECT_TRUE(b.isEqualTo(a));
+
+    for (auto change : std::initializer_list<void (*)(PolicyRule &)>{
+             [](PolicyRule &r) { r.policyClass = PolicyClass::Allow; },
+             [](PolicyRule &r) { r.policyType = PolicyType::Prefix; },
+             [](PolicyRule &r) { r.operations |= Operation::Execute; },
+             [](PolicyRule &r) { r.flags = RuleFlag::TeamID; },
+             [](PolicyRule &r) { r.processName = QStringLiteral("/usr/bin/other"); },
+             [](PolicyRule &r) { r.constraint = QString(); },
+             [](PolicyRule &r) { r.constraint = QStringLiteral(""); },
+         }) {
+        PolicyRule c = makePolicy();
+        change(c);
+        EXPECT_FALSE(a.isEqualTo(c));
+        EXPECT_FALSE(a.isEqualToRuleWithPrefix(c));
+    }
+}
+
+TEST(RuleRecords, AbsentTextsEqualOnlyEachOther)
+{
+    PolicyRule a = makePolicy();
+    PolicyRule b = makePolicy();
+    a.constraint = QString();
+    b.constraint = QString();
+    EXPECT_TRUE(a.isEqualTo(b));
+    b.constraint = QStringLiteral("");
+    EXPECT_FALSE(a.isEqualTo(b));
+    EXPECT_FALSE(b.isEqualTo(a));
+}
+
+TEST(RuleRecords, PrefixEqualityComparesDirectories)
+{
+    const PolicyRule x = makePolicy(QStringLiteral("/a/b/x"));
+    const PolicyRule y = makePolicy(QStringLiteral("/a/b/y"));
+    EXPECT_FALSE(x.isEqualTo(y));
+    EXPECT_TRUE(x.isEqualToRuleWithPrefix(y));
+    EXPECT_FALSE(x.isEqualToRuleWithPrefix(makePolicy(QStringLiteral("/a/c/x"))));
+    // A trailing slash is not a component of its own.
+    EXPECT_TRUE(
+        makePolicy(QStringLiteral("/a/b/")).isEqualToRuleWithPrefix(makePolicy(QStringLiteral("/a/c"))));
+    EXPECT_FALSE(makePolicy(QString()).isEqualToRuleWithPrefix(makePolicy(QStringLiteral(""))));
+}
+
+TEST(RuleRecords, EqualityRespectsRecordKind)
+{
+    PolicyRule policy = makePolicy();
+    WatchRule watch;
+    static_cast<NVCRuleBase &>(watch) = static_cast<const NVCRuleBase &>(policy);
+    EXPECT_FALSE(policy.isEqualTo(watch));
+    EXPECT_FALSE(watch.isEqualTo(policy));
+    NVCRuleBase base = policy;
+    // A base record accepts derived ones, not the other way round.
+    EXPECT_TRUE(base.isEqualTo(policy));
+    EXPECT_FALSE(policy.isEqualTo(base));
+}
+
+TEST(RuleRecords, RuleState)
+{
+    PolicyRule rule;
+    EXPECT_EQ(rule.getRuleState(), 0) << "unknown creation time";
+    rule.created = rule.initialized - 3600;
+    EXPECT_EQ(rule.getRuleState(), 2);
+    rule.created = rule.initialized - 86400;
+    EXPECT_EQ(rule.getRuleState(), 0);
+    rule.system = true;
+    EXPECT_EQ(rule.getRuleState(), 1);
+    WatchRule watch;
+    EXPECT_EQ(watch.getRuleState(), 0);
+    watch.system = true;
+    EXPECT_EQ(watch.getRuleState(), 1);
+}
+
+TEST(RuleArchive, RoundTripKeepsFieldsButNotCreationTime)
+{
+    PolicyRule rule = makePolicy();
+    rule.flags = RuleFlag::TeamID;
+    rule.tag = QStringLiteral("note");
+    rule.processShortName = QStringLiteral("editor");
+    rule.system = true;
+    rule.sequence = 1ll << 40;
+    rule.created = rule.initialized;
+    rule.policyClass = 0xfffffff0u;
+
+    const QVariantMap archive = rule.archive();
+    EXPECT_EQ(archive.keys(),
+              (QStringList{"constraint", "flags", "operations", "path", "policyClass", "policyType",
+                           "processName", "processShortName", "sequence", "system", "tag"}));
+    EXPECT_EQ(archive.value("policyClass").metaType().id(), QMetaType::Int);
+    EXPECT_EQ(archive.value("sequence").metaType().id(), QMetaType::LongLong);
+    EXPECT_EQ(archive.value("system").metaType().id(), QMetaType::Bool);
+
+    PolicyRule decoded;
+    QString error;
+    ASSERT_TRUE(decoded.unarchive(archive, &error)) << qPrintable(error);
+    EXPECT_TRUE(decoded.isEqualTo(rule));
+    EXPECT_EQ(decoded.policyClass, 0xfffffff0u);
+    EXPECT_EQ(decoded.tag, "note");
+    EXPECT_EQ(decoded.processShortName, "editor");
+    EXPECT_TRUE(decoded.system);
+    EXPECT_EQ(decoded.sequence, 1ll << 40);
+    EXPECT_EQ(decoded.created, 0);
+    EXPECT_EQ(decoded.getRuleState(), 1);
+    decoded.system = false;
+    EXPECT_EQ(decoded.getRuleState(), 0);
+}
+
+TEST(RuleArchive, AbsentTextsAreLeftOutAndComeBackAbsent)
+{
+    WatchRule rule;
+    rule.constraint = QString();
+    rule.tag = QStringLiteral("");
+    const QVariantMap archive = rule.archive();
+    EXPECT_FALSE(archive.contains("constraint"));
+    EXPECT_FALSE(archive.contains("path"));
+    EXPECT_TRUE(archive.contains("tag"));
+
+    WatchRule decoded;
+    ASSERT_TRUE(decoded.unarchive(archive, nullptr));
+    EXPECT_TRUE(decoded.constraint.isNull());
+    EXPECT_TRUE(decoded.path.isNull());
+    EXPECT_FALSE(decoded.tag.isNull());
+}
+
+TEST(RuleArchive, RejectsWrongTypesAndLeavesRecordUntouched)
+{
+    const QVariantMap good = makePolicy().archive();
+    const std::pair<const char *, QVariant> wrong[] = {
+        {"path", QByteArray("/x")},    {"processName", 7},  {"tag", QStringList{"a"}}, {"constraint", true},
+        {"policyClass", QString("1")}, {"operations", 1.5}, {"flags", qlonglong(1)},   {"system", 1},
+        {"sequence", QString("3")},
+    };
+    for (const auto &[key, value] : wrong) {
+        QVariantMap archive = good;
+        archive.insert(QString::fromLatin1(key), value);
+        PolicyRule target = makePolicy(QStringLiteral("/kept"));
+        QString error;
+        EXPECT_FALSE(target.unarchive(archive, &error)) << key;
+        EXPECT_TRUE(error.contains(QString::fromLatin1(key))) << qPrintable(error);
+        EXPECT_EQ(target.path, "/kept");
+    }
+}
+
+TEST(RuleArchive, FilterRuleDefinition)
+{
+    const FilterRuleDefinition definition(true, QStringLiteral("allow path \"/x\" \"any\" r"));
+    QString error;
+    const auto decoded = FilterRuleDefinition::unarchive(definition.archive(), &error);
+    ASSERT_TRUE(decoded.has_value());
+    EXPECT_TRUE(decoded->active);
+    EXPECT_EQ(decoded->rule, definition.rule);
+
+    EXPECT_FALSE(FilterRuleDefinition::unarchive({{"active", 1}}, &error).has_value());
+    EXPECT_TRUE(error.contains("active"));
+    EXPECT_FALSE(FilterRuleDefinition::unarchive({{"rule", 1}}, &error).has_value());
+    EXPECT_TRUE(error.contains("rule"));
+}
+
+} // namespace
