@@ -1,0 +1,111 @@
+#include "NVCAuthorizationActor.h"
+#include "WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Asked
+{
+    bool replied = false;
+    std::shared_ptr<NVCAuthorizationHolder> holder;
+    std::optional<NVCAuthError> error;
+};
+
+Asked ask(NVCAuthorizationActor &actor)
+{
+    auto asked = std::make_shared<Asked>();
+    actor.askPermissionsWithReply([asked](const auto &holder, const std::optional<NVCAuthError> &error) {
+        *asked = {true, holder, error};
+    });
+    waitUntil([asked] { return asked->replied; });
+    return *asked;
+}
+
+std::shared_ptr<NVCAuthorization> unreachableAuthority()
+{
+    return std::make_shared<NVCAuthorization>(QDBusConnection(QStringLiteral("not-connected")));
+}
+
+TEST(AuthorizationActor, GrantedHolderLapsesAfterTheRevocationInterval)
+{
+    NVCAuthorizationActor actor(NVCAuthorizationActor::EmptyAuthorization, QStringLiteral("reason"),
+                                unreachableAuthority(), 100ms);
+    std::vector<int> states;
+    auto subscriber = actor.subscribeToAuthorizationState([&](int state) { states.push_back(state); });
+    EXPECT_EQ(states, std::vector<int>{0});
+
+    const Asked asked = ask(actor);
+    ASSERT_TRUE(asked.replied);
+    ASSERT_TRUE(asked.holder);
+    EXPECT_TRUE(asked.holder->hasEmptyAuthorization());
+    EXPECT_FALSE(asked.error);
+    // The holder is installed before the reply runs.
+    EXPECT_EQ(actor.authorizationHolder(), asked.holder);
+    EXPECT_EQ(states, (std::vector<int>{0, 1}));
+
+    ASSERT_TRUE(waitUntil([&] { return actor.authorizationState() == NVCAuthorizationActor::None; }, 2000));
+    EXPECT_EQ(states, (std::vector<int>{0, 1, 0}));
+    EXPECT_FALSE(actor.authorizationHolder());
+
+    // The timer fires once per grant.
+    QThread::msleep(250);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(states.size(), 3u);
+}
+
+TEST(AuthorizationActor, AskingAgainRestartsTheTimer)
+{
+    NVCAuthorizationActor actor(NVCAuthorizationActor::LocalAuthenticationContext, QStringLiteral("reason"),
+                                unreachableAuthority(), 300ms);
+    ASSERT_TRUE(ask(actor).holder->hasLocalAuthenticationContext());
+    QThread::msleep(200);
+    ASSERT_TRUE(ask(actor).holder);
+    QThread::msleep(150);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::Held);
+    EXPECT_TRUE(waitUntil([&] { return actor.authorizationState() == NVCAuthorizationActor::None; }, 2000));
+}
+
+TEST(AuthorizationActor, CancelledSubscribersHearNothingMore)
+{
+    NVCAuthorizationActor actor(NVCAuthorizationActor::EmptyAuthorization, QString(), unreachableAuthority());
+    int first = 0;
+    int second = 0;
+    auto a = actor.subscribeToAuthorizationState([&](int) { ++first; });
+    auto b = actor.subscribeToAuthorizationState([&](int) { ++second; });
+    a->cancel();
+    actor.updateWithAuthorizationHolder(NVCAuthorizationHolder::withEmptyAuthorization());
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 2);
+    EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::Held);
+    actor.revokePermissions();
+    EXPECT_EQ(second, 3);
+    EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::None);
+}
+
+TEST(AuthorizationActor, FailedAdministratorRequestIsAnErrorAndStartsNoTimer)
+{
+    NVCAuthorizationActor actor(NVCAuthorizationActor::AdministratorAuthorization, QStringLiteral("reason"),
+                                unreachableAuthority(), 50ms);
+    const Asked asked = ask(actor);
+    ASSERT_TRUE(asked.replied);
+    EXPECT_FALSE(asked.holder);
+    ASSERT_TRUE(asked.error);
+    EXPECT_EQ(asked.error->domain, QLatin1String(kNVCOSStatusErrorDomain));
+    EXPECT_EQ(asked.error->code, errAuthorizationInternal);
+    EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::None);
+}
+
+TEST(AuthorizationActor, UnknownKindNeverReplies)
+{
+    NVCAuthorizationActor actor(7, QString(), unreachableAuthority());
+    bool replied = false;
+    actor.askPermissionsWithReply([&](const auto &, const auto &) { replied = true; });
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(replied);
+}
+
+} // namespace

@@ -1,0 +1,154 @@
+#include "TokenStore.h"
+
+#include "DevAuthorizationBackend.h"
+#include "PolkitAuthorizationBackend.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+class TokenStoreTest : public ::testing::Test
+{
+protected:
+    std::chrono::steady_clock::time_point now{};
+    TokenStore store{60s, [this] { return now; }};
+};
+
+TEST_F(TokenStoreTest, MintedTokenIsBoundToItsUserUntilItExpires)
+{
+    const auto token = store.mint(1000);
+    ASSERT_TRUE(token);
+    EXPECT_EQ(token->size(), 32);
+    uint uid = 0;
+    EXPECT_EQ(store.lookup(*token, &uid), errAuthorizationSuccess);
+    EXPECT_EQ(uid, 1000u);
+
+    now += 59s;
+    EXPECT_EQ(store.lookup(*token, nullptr), errAuthorizationSuccess);
+    now += 1s;
+    EXPECT_EQ(store.lookup(*token, nullptr), errAuthorizationInvalidRef);
+    EXPECT_EQ(store.size(), 0u);
+}
+
+TEST_F(TokenStoreTest, ExtendRestartsTheLifetimeOfLiveTokensOnly)
+{
+    const QByteArray token = *store.mint(7);
+    now += 50s;
+    EXPECT_TRUE(store.extend(token));
+    now += 50s;
+    EXPECT_EQ(store.lookup(token, nullptr), errAuthorizationSuccess);
+    now += 10s;
+    EXPECT_FALSE(store.extend(token));
+}
+
+TEST_F(TokenStoreTest, RefusesMalformedUnknownAndRevokedTokens)
+{
+    const QByteArray token = *store.mint(7);
+    QByteArray flipped = token;
+    flipped[31] = static_cast<char>(flipped[31] ^ 1);
+    for (const QByteArray &bad :
+         QByteArrayList{QByteArray(), token.left(31), QByteArray(token + 'x'), flipped, QByteArray(32, '\0')})
+        EXPECT_EQ(store.lookup(bad, nullptr), errAuthorizationInvalidRef) << bad.toHex().constData();
+
+    EXPECT_TRUE(store.revoke(token));
+    EXPECT_EQ(store.lookup(token, nullptr), errAuthorizationInvalidRef);
+    EXPECT_FALSE(store.revoke(token));
+}
+
+TEST_F(TokenStoreTest, TokensAreDistinct)
+{
+    const QByteArray a = *store.mint(1);
+    const QByteArray b = *store.mint(1);
+    EXPECT_NE(a, b);
+    EXPECT_TRUE(store.revoke(a));
+    EXPECT_EQ(store.lookup(b, nullptr), errAuthorizationSuccess);
+}
+
+TEST_F(TokenStoreTest, OneUserCannotGrowTheStoreWithoutBound)
+{
+    const QByteArray other = *store.mint(2);
+    const QByteArray first = *store.mint(1);
+    for (std::size_t i = 1; i < TokenStore::kMaxTokensPerUser; ++i) {
+        now += 1ms;
+        store.mint(1);
+    }
+    EXPECT_EQ(store.lookup(first, nullptr), errAuthorizationSuccess);
+    now += 1ms;
+    store.mint(1);
+    EXPECT_EQ(store.lookup(first, nullptr), errAuthorizationInvalidRef);
+    EXPECT_EQ(store.lookup(other, nullptr), errAuthorizationSuccess);
+    EXPECT_EQ(store.size(), TokenStore::kMaxTokensPerUser + 1);
+}
+
+TEST(TokenStore, NoTokenWithoutRandomness)
+{
+    TokenStore store(60s, std::chrono::steady_clock::now, [](char *, std::size_t) { return false; });
+    EXPECT_FALSE(store.mint(1));
+    EXPECT_EQ(store.size(), 0u);
+}
+
+TEST(TokenStore, ConstantTimeEquality)
+{
+    const QByteArray a(32, 'a');
+    EXPECT_TRUE(TokenStore::constantTimeEquals(a, a));
+    EXPECT_TRUE(TokenStore::constantTimeEquals(QByteArray(), QByteArray()));
+    EXPECT_FALSE(TokenStore::constantTimeEquals(a, a.left(31)));
+    QByteArray last = a;
+    last[31] = 'b';
+    QByteArray first = a;
+    first[0] = 'b';
+    EXPECT_FALSE(TokenStore::constantTimeEquals(a, last));
+    EXPECT_FALSE(TokenStore::constantTimeEquals(a, first));
+}
+
+TEST(DevAuthorizationBackend, RefusesTheMachinesSystemBus)
+{
+    struct Case
+    {
+        const char *address;
+        bool real;
+    };
+    const Case cases[] = {
+        {"", true},
+        {"  ", true},
+        {"unix:path=/run/dbus/system_bus_socket", true},
+        {"unix:path=/var/run/dbus/system_bus_socket", true},
+        {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
+        {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
+        {"unix:path=/tmp/dbus-abc,guid=0123", false},
+        {"unix:abstract=/tmp/dbus-xyz", false},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(DevAuthorizationBackend::isRealSystemBus(QString::fromLatin1(c.address)), c.real)
+            << c.address;
+}
+
+TEST(DevAuthorizationBackend, AnswersAsConfigured)
+{
+    EXPECT_EQ(DevAuthorizationBackend::answerFor(QString()), errAuthorizationSuccess);
+    EXPECT_EQ(DevAuthorizationBackend::answerFor(QStringLiteral("grant")), errAuthorizationSuccess);
+    EXPECT_EQ(DevAuthorizationBackend::answerFor(QStringLiteral("deny")), errAuthorizationDenied);
+    EXPECT_EQ(DevAuthorizationBackend::answerFor(QStringLiteral("cancel")), errAuthorizationCanceled);
+    EXPECT_FALSE(DevAuthorizationBackend::answerFor(QStringLiteral("yes")));
+}
+
+TEST(PolkitAuthorizationBackend, MapsAnswersToStatuses)
+{
+    const QMap<QString, QString> none;
+    const QMap<QString, QString> dismissed{{QStringLiteral("polkit.dismissed"), QStringLiteral("true")}};
+    EXPECT_EQ(PolkitAuthorizationBackend::statusForResult(true, false, none), errAuthorizationSuccess);
+    EXPECT_EQ(PolkitAuthorizationBackend::statusForResult(false, false, none), errAuthorizationDenied);
+    EXPECT_EQ(PolkitAuthorizationBackend::statusForResult(false, true, none),
+              errAuthorizationInteractionNotAllowed);
+    EXPECT_EQ(PolkitAuthorizationBackend::statusForResult(false, false, dismissed), errAuthorizationCanceled);
+    EXPECT_EQ(PolkitAuthorizationBackend::statusForError(
+                  QStringLiteral("org.freedesktop.PolicyKit1.Error.Cancelled")),
+              errAuthorizationCanceled);
+    EXPECT_EQ(PolkitAuthorizationBackend::statusForError(
+                  QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown")),
+              errAuthorizationInternal);
+}
+
+} // namespace
