@@ -2,6 +2,7 @@
 #include "RuleManager.h"
 
 #include <QCollator>
+#include <QLocale>
 #include <algorithm>
 #include <numeric>
 #include <vector>
@@ -96,7 +97,10 @@ bool isTextField(Field field)
 QCollator &localizedCollator()
 {
     thread_local QCollator collator = [] {
-        QCollator c;
+        // The C locale collates by code point only, which would ignore both
+        // options; English collation stands in for it.
+        const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English) : QLocale();
+        QCollator c(locale);
         c.setCaseSensitivity(Qt::CaseInsensitive);
         c.setNumericMode(true);
         return c;

@@ -1,0 +1,220 @@
+#include "RuleManager.h"
+#include "StoreTestRules.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+using namespace Qt::StringLiterals;
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+mode_t modeOf(const QString &path)
+{
+    struct stat info
+    {};
+    ::stat(QFile::encodeName(path).constData(), &info);
+    return info.st_mode & 07777;
+}
+
+class RuleFileWriterTest : public ::testing::Test
+{
+protected:
+    QTemporaryDir dir;
+    RuleManager manager;
+    QString path() const { return dir.filePath(u"out.rc"_s); }
+};
+
+TEST_F(RuleFileWriterTest, SystemOnlyStoreWritesAnEmptyFile)
+{
+    manager.addPolicyRule(
+        policyRule(PolicyClass::Allow, PolicyType::Path, u"/s"_s, u"any"_s, 1, u""_s, true));
+    manager.addWatchRule(watchRule(u"/w"_s, u"any"_s, true));
+    const mode_t savedMask = ::umask(077);
+    const bool written = manager.writeToFile(path());
+    ::umask(savedMask);
+    ASSERT_TRUE(written);
+    EXPECT_TRUE(manager.lastErrorMessage().isNull());
+    EXPECT_EQ(contents(path()), QByteArray());
+    EXPECT_EQ(modeOf(path()), mode_t(0644));
+}
+
+TEST_F(RuleFileWriterTest, WritesUserWatchRulesThenPolicyRulesInGroupOrder)
+{
+    auto later = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/b"_s, u"/bin/Zed"_s, 17);
+    auto earlier =
+        policyRule(PolicyClass::Allow, PolicyType::Suffix, u"/a"_s, u"/bin/app"_s, 3, u"TEAM123456"_s);
+    earlier->tag = u"say \"hi\""_s;
+    earlier->created = 1700000000;
+    auto watch = watchRule(u"/w"_s, u"any"_s);
+    watch->flags = RuleFlag::Sticky;
+    manager.addPolicyRule(later);
+    manager.addPolicyRule(earlier);
+    manager.addWatchRule(watch);
+    // Not yet in the view, so not written.
+    manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Path, u"/late"_s, u"any"_s, 1), false);
+
+    ASSERT_TRUE(manager.writeToFile(path()));
+    EXPECT_EQ(contents(path()), QByteArray("watch prefix \"/w\" \"any\" r \"\"\n"
+                                           "allow suffix \"/a\" \"/bin/app\" rw \"say hi\" \"TEAM123456\" "
+                                           "\"1700000000\"\n"
+                                           "deny prefix \"/b\" \"/bin/Zed\" rx \"\" \"\" \"0\"\n"));
+}
+
+TEST_F(RuleFileWriterTest, FilteredViewIsWrittenWholeAndRestoredExactly)
+{
+    for (const char *name : {"/one", "/two", "/three"})
+        manager.addPolicyRule(
+            policyRule(PolicyClass::Deny, PolicyType::Path, QString::fromLatin1(name), u"/bin/app"_s, 1));
+    manager.sortIndexUsingDescriptors({{u"path"_s, false, RuleSortDescriptor::Comparison::Compare}});
+    manager.applyFilterWithString(u"T"_s);
+    const QList<RuleBasePtr> view = manager.compositeIndex();
+    const QList<PolicyRulePtr> policyView = manager.policyRules();
+
+    ASSERT_TRUE(manager.writeToFile(path()));
+    EXPECT_EQ(contents(path()).count('\n'), 3);
+    EXPECT_EQ(manager.searchString(), u"T"_s);
+    EXPECT_EQ(manager.compositeIndex(), view);
+    EXPECT_EQ(manager.policyRules(), policyView);
+    EXPECT_EQ(manager.compositeIndexUserOnly(), view);
+}
+
+TEST_F(RuleFileWriterTest, OpenFailuresLeaveTargetsUntouched)
+{
+    const QString target = dir.filePath(u"target"_s);
+    {
+        QFile file(target);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("keep me\n");
+    }
+    ASSERT_TRUE(QFile::link(target, path()));
+    manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Path, u"/x"_s, u"any"_s, 1));
+
+    EXPECT_FALSE(manager.writeToFile(path()));
+    EXPECT_TRUE(
+        manager.lastErrorMessage().startsWith(u"Failed to open file '"_s + path() + u"' for writing: "_s))
+        << qPrintable(manager.lastErrorMessage());
+    EXPECT_FALSE(manager.writeToFile(path(), {}));
+    EXPECT_EQ(contents(target), QByteArray("keep me\n"));
+
+    EXPECT_FALSE(manager.writeToFile(dir.filePath(u"missing/out.rc"_s)));
+    EXPECT_TRUE(manager.lastErrorMessage().endsWith(u"(2)"_s));
+}
+
+TEST_F(RuleFileWriterTest, ShortWriteIsRecordedAndLaterLinesStillTried)
+{
+    for (int i = 0; i < 5; ++i)
+        manager.addWatchRule(watchRule(u"/path/number/%1"_s.arg(i), u"any"_s));
+    // A file size limit makes write() come back short without touching devices.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    ::getrlimit(RLIMIT_FSIZE, &saved);
+    rlimit limited = saved;
+    limited.rlim_cur = 100;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+    const bool written = manager.writeToFile(path());
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, SIG_DFL);
+
+    EXPECT_TRUE(written);
+    EXPECT_EQ(manager.lastErrorMessage(),
+              u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
+    EXPECT_EQ(contents(path()).size(), 100);
+}
+
+TEST_F(RuleFileWriterTest, SelectionWritesGivenRulesAndSkipsUnrenderable)
+{
+    auto system = policyRule(PolicyClass::Allow, PolicyType::Path, u"/s"_s, u"any"_s, 1, u""_s, true);
+    auto watch = watchRule(u"/w"_s, u"any"_s);
+    const QList<RuleBasePtr> selection{watch, std::make_shared<NVCRuleBase>(), nullptr, system};
+    manager.copyUserRulesetTo(QUrl::fromLocalFile(path()), selection);
+    EXPECT_EQ(contents(path()), (watch->toString() + system->toString()).toUtf8());
+}
+
+TEST_F(RuleFileWriterTest, CurrentUserConfigurationIsPrivateToTheGroup)
+{
+    qputenv("QUIVEN_SHARED_DIR", QFile::encodeName(dir.path() + u'/'));
+    manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Path, u"/x"_s, u"any"_s, 1));
+    manager.writeToCurrentUserConfiguration();
+    qunsetenv("QUIVEN_SHARED_DIR");
+    const QString written = dir.filePath(u"local.quiven.rc"_s);
+    EXPECT_EQ(modeOf(written), mode_t(0640));
+    EXPECT_EQ(contents(written).count('\n'), 1);
+}
+
+TEST_F(RuleFileWriterTest, WrittenRulesReadBackInTheSameOrder)
+{
+    QRandomGenerator random(7);
+    const QStringList processes{u"/bin/a"_s, u"/Applications/B b.app/Contents/MacOS/B"_s, u"any"_s,
+                                u"/bin/c via /sbin/init"_s};
+    for (int i = 0; i < 300; ++i) {
+        auto rule = policyRule(quint32(random.bounded(2)), quint32(random.bounded(3)),
+                               u"/data/%1 dir/file%2"_s.arg(random.bounded(10)).arg(i),
+                               processes[random.bounded(processes.size())], quint32(random.bounded(1, 32)),
+                               random.bounded(2) ? u""_s : u"TEAM123456"_s);
+        rule->tag = random.bounded(2) ? u"tag \"%1\""_s.arg(i) : u""_s;
+        rule->created = random.bounded(2000000000);
+        manager.addPolicyRule(rule, false);
+        if (i % 10 == 0)
+            manager.addWatchRule(
+                watchRule(u"/watch/%1"_s.arg(i), processes[random.bounded(processes.size())]), false);
+    }
+    manager.rebuildRulesCache();
+    ASSERT_TRUE(manager.writeToFile(path()));
+
+    const auto reread = RuleManager::withContentsOfFile(path(), false);
+    ASSERT_TRUE(reread->lastErrorMessage().isNull()) << qPrintable(reread->lastErrorMessage());
+    ASSERT_EQ(reread->policyRulesByApplication().keys().size(), manager.policyRulesByApplication().size());
+    for (auto group = manager.policyRulesByApplication().cbegin();
+         group != manager.policyRulesByApplication().cend(); ++group) {
+        const QList<PolicyRulePtr> readGroup = reread->policyRulesByApplication().value(group.key());
+        ASSERT_EQ(readGroup.size(), group->size()) << qPrintable(group.key());
+        for (qsizetype i = 0; i < readGroup.size(); ++i) {
+            QString tag = group->at(i)->tag;
+            EXPECT_TRUE(readGroup[i]->isEqualTo(*group->at(i))) << qPrintable(readGroup[i]->description());
+            EXPECT_EQ(readGroup[i]->tag, tag.remove(u'"'));
+            EXPECT_EQ(readGroup[i]->created, group->at(i)->created);
+        }
+    }
+    ASSERT_EQ(reread->watchRules().size(), manager.watchRules().size());
+    for (qsizetype i = 0; i < reread->watchRules().size(); ++i)
+        EXPECT_TRUE(reread->watchRules()[i]->isEqualTo(*manager.watchRules()[i]));
+}
+
+TEST(ManicurePathTest, ExpandsHomeAndPrefersSystemApplications)
+{
+    const auto exists = [](const QString &path) { return path == u"/System/Applications/Mail.app"_s; };
+    struct Case
+    {
+        QString path;
+        QString home;
+        QString expected;
+    };
+    const QList<Case> cases{
+        {u"$HOME/Documents/"_s, u"/Users/a"_s, u"/Users/a/Documents/"_s},
+        {u"~/x"_s, u"/Users/a"_s, u"/Users/a/x"_s},
+        {u"~/x"_s, QString(), u"~/x"_s},
+        {u"$HOME/x"_s, QString(), u"$HOME/x"_s},
+        {u"/Applications/Mail.app"_s, QString(), u"/System/Applications/Mail.app"_s},
+        {u"/Applications/Other.app"_s, QString(), u"/Applications/Other.app"_s},
+        {u"/a/~/b"_s, u"/h"_s, u"/a/~/b"_s},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(RuleManager::manicurePath(c.path, c.home, exists), c.expected) << qPrintable(c.path);
+
+    const QString any = RuleManager::manicurePath(u"any"_s, u"/h"_s, exists);
+    EXPECT_TRUE(any.isEmpty() && !any.isNull());
+    EXPECT_TRUE(RuleManager::manicurePath(QString(), u"/h"_s, exists).isNull());
+}
+
+} // namespace

@@ -1,0 +1,166 @@
+#include "RedundancyIndex.h"
+#include "RuleManager.h"
+#include "StoreTestRules.h"
+
+#include <QRandomGenerator>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace Qt::StringLiterals;
+
+constexpr quint32 R = Operation::Read;
+constexpr quint32 W = Operation::Write;
+constexpr quint32 All = 31;
+const QString app = u"/Applications/App.app/Contents/MacOS/App"_s;
+
+TEST(RuleValidationTest, AcceptsOnlyWellFormedRules)
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(PolicyRule &)> change;
+        bool valid;
+    };
+    const QList<Case> cases{
+        {"plain rule", [](PolicyRule &) {}, true},
+        {"empty path and process", [](PolicyRule &r) { r.path = r.processName = u""_s; }, true},
+        {"absent process, bad class", [](PolicyRule &r) { r.processName = QString(), r.policyClass = 5; },
+         false},
+        {"absent path", [](PolicyRule &r) { r.path = QString(); }, false},
+        {"unknown class", [](PolicyRule &r) { r.policyClass = PolicyClass::Invalid; }, false},
+        {"unknown type", [](PolicyRule &r) { r.policyType = PolicyType::Invalid; }, false},
+        {"absent constraint", [](PolicyRule &r) { r.constraint = QString(); }, true},
+        {"team id", [](PolicyRule &r) { r.constraint = u"ABCDE12345"_s; }, true},
+        {"nine characters", [](PolicyRule &r) { r.constraint = u"ABCDE1234"_s; }, false},
+        {"code digest", [](PolicyRule &r) { r.constraint = QString(40, u'z'); }, true},
+        {"sha-256", [](PolicyRule &r) { r.constraint = QString(64, u'!'); }, true},
+        {"65 characters", [](PolicyRule &r) { r.constraint = QString(65, u'a'); }, false},
+        {"platform binary", [](PolicyRule &r) { r.constraint = u"APPLE_PF_BINARY"_s; }, true},
+        {"vendor keyword", [](PolicyRule &r) { r.constraint = u"APPLECOMPUTER"_s; }, true},
+    };
+    RuleManager manager;
+    for (const Case &c : cases) {
+        PolicyRule rule = *policyRule(PolicyClass::Deny, PolicyType::Suffix, u"/x"_s, app, R);
+        c.change(rule);
+        EXPECT_EQ(manager.validateRule(rule), c.valid) << c.name;
+    }
+}
+
+TEST(RuleValidationTest, BitwiseInclusionLooksAtTheLowEightBitsOnly)
+{
+    EXPECT_TRUE(RuleManager::isBitwiseInclusive(0, 0));
+    EXPECT_FALSE(RuleManager::isBitwiseInclusive(R, R | W));
+    EXPECT_TRUE(RuleManager::isBitwiseInclusive(All, R | W));
+    EXPECT_TRUE(RuleManager::isBitwiseInclusive(0, 0x100));
+    EXPECT_TRUE(RuleManager::isBitwiseInclusive(0x80, 0xF80));
+    EXPECT_FALSE(RuleManager::isBitwiseInclusive(0x100, 0x80));
+}
+
+TEST(RuleRedundancyTest, CoverRequiresSameGroupClassConstraintAndOperations)
+{
+    RuleManager manager;
+    auto prefix = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/Users/a/"_s, app, R | W);
+    auto file = policyRule(PolicyClass::Deny, PolicyType::Path, u"/Users/a/file.txt"_s, app, R);
+    auto allowed = policyRule(PolicyClass::Allow, PolicyType::Path, u"/Users/a/file.txt"_s, app, R);
+    auto execute =
+        policyRule(PolicyClass::Deny, PolicyType::Suffix, u"/Users/a/x"_s, app, Operation::Execute);
+    auto elsewhere = policyRule(PolicyClass::Deny, PolicyType::Path, u"/Users/a/f"_s, u"/bin/other"_s, R);
+    for (const auto &rule : {prefix, file, allowed, execute, elsewhere})
+        manager.addPolicyRule(rule, false);
+
+    EXPECT_TRUE(manager.isRedundant(file));
+    EXPECT_FALSE(manager.isRedundant(allowed));
+    EXPECT_FALSE(manager.isRedundant(execute));
+    EXPECT_FALSE(manager.isRedundant(prefix)); // compared with itself only
+    EXPECT_FALSE(manager.isRedundant(elsewhere));
+
+    // The index is dropped on change: a whole-scope rule now covers every deny.
+    manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Suffix, u"any"_s, app, All));
+    EXPECT_TRUE(manager.isRedundant(execute));
+    EXPECT_TRUE(manager.isRedundant(prefix));
+    EXPECT_FALSE(manager.isRedundant(allowed));
+    manager.deletePolicyRule(prefix);
+    EXPECT_TRUE(manager.isRedundant(file));
+}
+
+TEST(RuleRedundancyTest, IdentityAndAbsentConstraints)
+{
+    RuleManager manager;
+    auto rule = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/d/"_s, app, R);
+    manager.addPolicyRule(rule);
+    manager.addPolicyRule(rule); // the same object twice covers nothing
+    EXPECT_FALSE(manager.isRedundant(rule));
+    // An equal but distinct record is covered by the stored one.
+    EXPECT_TRUE(manager.isRedundant(std::make_shared<PolicyRule>(*rule)));
+
+    auto absent = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/n/"_s, app, R, QString());
+    manager.addPolicyRule(absent);
+    EXPECT_FALSE(manager.isRedundant(std::make_shared<PolicyRule>(*absent)));
+}
+
+// Random rulesets whose fields collide often: shared path prefixes, whole-scope
+// paths, absent texts, groups mixing constraints ("any via" processes).
+class RandomRules
+{
+public:
+    explicit RandomRules(quint32 seed)
+        : m_random(seed)
+    {}
+
+    PolicyRulePtr next()
+    {
+        static const QStringList paths{u"/a"_s,    u"/a/"_s,  u"/a/b"_s, u"/a/b/c.txt"_s, u"/ab"_s,
+                                       u"/abc/"_s, u"/b/a"_s, u"any"_s,  u""_s,           u"/"_s};
+        static const QStringList processes{u"/bin/one"_s, u"/bin/two via /sbin/init"_s, u"any via Finder"_s,
+                                           u"any ancestor /sbin/launchd"_s};
+        static const QStringList constraints{u""_s, u"TEAM123456"_s, u"(null)"_s, u"other"_s};
+        const int pathPick = pick(paths.size() + 1);
+        const int constraintPick = pick(constraints.size() + 1);
+        auto rule =
+            policyRule(pick(3) == 2 ? PolicyClass::Invalid : quint32(pick(2)), quint32(pick(4)),
+                       pathPick == paths.size() ? QString() : paths[pathPick],
+                       processes[pick(processes.size())], quint32(m_random.bounded(1024)),
+                       constraintPick == constraints.size() ? QString() : constraints[constraintPick]);
+        if (rule->policyType == 3)
+            rule->policyType = PolicyType::Invalid;
+        return rule;
+    }
+
+private:
+    int pick(qsizetype count) { return int(m_random.bounded(int(count))); }
+    QRandomGenerator m_random;
+};
+
+TEST(RuleRedundancyTest, IndexAgreesWithPlainScanOnRandomRulesets)
+{
+    for (quint32 seed = 1; seed <= 40; ++seed) {
+        RandomRules random(seed);
+        RuleManager manager;
+        QList<PolicyRulePtr> stored;
+        for (int i = 0; i < 120; ++i) {
+            PolicyRulePtr rule = random.next();
+            manager.addPolicyRule(rule, false);
+            stored.append(rule);
+            if (i % 17 == 0) {
+                manager.addPolicyRule(rule, false);
+            }
+        }
+        QList<PolicyRulePtr> probes = stored;
+        for (const PolicyRulePtr &rule : std::as_const(stored))
+            probes.append(std::make_shared<PolicyRule>(*rule));
+        for (int i = 0; i < 60; ++i)
+            probes.append(random.next());
+
+        for (const PolicyRulePtr &probe : std::as_const(probes)) {
+            const QString key = RuleManager::applicationGroupIdentityForRule(*probe);
+            const bool expected = manager.policyRulesByApplication().contains(key) &&
+                                  RedundancyIndex::scanGroup(manager.policyRulesByApplication()[key], *probe);
+            ASSERT_EQ(manager.isRedundant(probe), expected)
+                << "seed " << seed << ": " << qPrintable(probe->description()) << " constraint "
+                << (probe->constraint.isNull() ? "absent" : qPrintable(probe->constraint));
+        }
+    }
+}
+
+} // namespace
