@@ -1,0 +1,291 @@
+#include "ProductFolders.h"
+#include "RuleManager.h"
+#include "RulesetFolders.h"
+
+#include <QRandomGenerator>
+#include <algorithm>
+
+namespace {
+
+QList<PolicyRulePtr> policiesInReadOrder(const RuleManager &manager)
+{
+    QList<PolicyRulePtr> rules;
+    for (const auto &group : manager.policyRulesByApplication())
+        rules += group;
+    std::sort(rules.begin(), rules.end(),
+              [](const auto &a, const auto &b) { return a->sequence < b->sequence; });
+    return rules;
+}
+
+QStringList paths(const QList<PolicyRulePtr> &rules)
+{
+    QStringList result;
+    for (const auto &rule : rules)
+        result.append(rule->path);
+    return result;
+}
+
+class RuleFileReader : public RulesetFolders
+{
+protected:
+    RuleManager manager;
+};
+
+TEST_F(RuleFileReader, ReadsUserFile)
+{
+    const QString path = scratchFile("user.rc");
+    install("user-local.rc", path);
+    ASSERT_TRUE(manager.addFileContents(path, false)) << qPrintable(manager.lastErrorMessage());
+    EXPECT_TRUE(manager.lastErrorMessage().isNull());
+
+    const QList<PolicyRulePtr> rules = policiesInReadOrder(manager);
+    ASSERT_EQ(rules.size(), 5);
+    const PolicyRule &report = *rules[0];
+    EXPECT_EQ(report.policyClass, PolicyClass::Allow);
+    EXPECT_EQ(report.policyType, PolicyType::Path);
+    EXPECT_EQ(report.path, "/home/ann/Documents/report 2024.odt");
+    EXPECT_EQ(report.processName, "/usr/bin/libreoffice");
+    EXPECT_EQ(report.operations, Operation::Read | Operation::Write);
+    EXPECT_EQ(report.tag, "quarterly report") << "the later duplicate must not replace the first";
+    EXPECT_EQ(report.flags, 0u);
+    EXPECT_EQ(report.created, 1700000000);
+    EXPECT_FALSE(report.system);
+
+    EXPECT_EQ(rules[2]->processName, "/usr/bin/git via /usr/bin/bash");
+    EXPECT_EQ(rules[2]->constraint, "ABCDE12345");
+    // A blank before ";" makes it an ordinary line, whose unknown words read as invalid values.
+    EXPECT_EQ(rules[3]->policyClass, PolicyClass::Invalid);
+    EXPECT_EQ(rules[3]->policyType, PolicyType::Invalid);
+    const PolicyRule &shortRule = *rules[4];
+    EXPECT_EQ(shortRule.path, ".kdbx");
+    EXPECT_EQ(shortRule.tag, "");
+    EXPECT_FALSE(shortRule.constraint.isNull());
+    EXPECT_EQ(shortRule.created, 0);
+
+    ASSERT_EQ(manager.watchRules().size(), 1);
+    EXPECT_EQ(manager.watchRules()[0]->tag, "configuration changes");
+    EXPECT_EQ(manager.watchRules()[0]->policyClass, 0u);
+    ASSERT_EQ(manager.traceRules().size(), 1);
+    EXPECT_EQ(manager.traceRules()[0].path, "/var/log/app.log");
+    EXPECT_EQ(manager.traceRules()[0].processName, "/usr/bin/app");
+    EXPECT_TRUE(manager.filterOptions().isEmpty()) << "set lines of a user file are ignored";
+
+    // Sequence numbers count every rule read, duplicates included, in file order.
+    EXPECT_EQ(manager.watchRules()[0]->sequence, 0);
+    EXPECT_EQ(report.sequence, 1);
+    EXPECT_EQ(shortRule.sequence, 7);
+    EXPECT_EQ(manager.ruleSequence(), 8);
+}
+
+TEST_F(RuleFileReader, RefusesUnreadableFilesAndKeepsEarlierRules)
+{
+    const QString good = scratchFile("good.rc");
+    install("user-local.rc", good);
+    ASSERT_TRUE(manager.addFileContents(good, false));
+    const auto before = manager.policyRulesByApplication();
+
+    const QString empty = scratchFile("empty.rc");
+    write(empty, "");
+    const QString invalid = scratchFile("invalid.rc");
+    install("invalid-utf8.rc", invalid);
+    const QString truncated = scratchFile("truncated.rc");
+    write(truncated, "allow path \"/tmp/\xc3");
+    for (const QString &path : {empty, invalid, truncated, scratchFile("missing.rc")}) {
+        manager.setLastErrorMessage("stale");
+        EXPECT_FALSE(manager.addFileContents(path, false)) << qPrintable(path);
+        EXPECT_EQ(manager.lastErrorMessage(), "failed to load contents of " + path);
+    }
+    EXPECT_EQ(manager.policyRulesByApplication(), before);
+
+    EXPECT_FALSE(manager.addFileContents(QString(), false));
+    EXPECT_EQ(manager.lastErrorMessage(), "Internal error: the path provided was null");
+}
+
+TEST_F(RuleFileReader, RefusesSymbolicLinksAndFolders)
+{
+    const QString target = scratchFile("target.rc");
+    install("user-local.rc", target);
+    const QString link = scratchFile("link.rc");
+    ASSERT_TRUE(QFile::link(target, link));
+    EXPECT_FALSE(manager.addFileContents(link, false));
+    EXPECT_TRUE(manager.lastErrorMessage().startsWith("Failed to open file '" + link + "' for reading: "))
+        << qPrintable(manager.lastErrorMessage());
+    EXPECT_TRUE(manager.lastErrorMessage().endsWith(" (40)")) << qPrintable(manager.lastErrorMessage());
+    EXPECT_TRUE(manager.policyRulesByApplication().isEmpty());
+
+    EXPECT_FALSE(manager.addFileContents(scratchFile("system"), false));
+    EXPECT_TRUE(manager.lastErrorMessage().startsWith("Failed to read() file '"))
+        << qPrintable(manager.lastErrorMessage());
+}
+
+TEST_F(RuleFileReader, TextEndsAtFirstNul)
+{
+    const QString path = scratchFile("nul.rc");
+    install("nul-inside.rc", path);
+    ASSERT_TRUE(manager.addFileContents(path, false));
+    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/tmp/a"});
+}
+
+TEST_F(RuleFileReader, EveryLineSeparatorEndsALine)
+{
+    const QString rule = QStringLiteral("allow path \"/p%1\" \"any\" r \"\" \"\" \"0\"");
+    QString text;
+    const QStringList separators{
+        "\n", "\r", "\r\n", "\v", "\f", QString(QChar(0x85)), QString(QChar(0x2028)), QString(QChar(0x2029))};
+    for (qsizetype i = 0; i < separators.size(); ++i)
+        text += rule.arg(i) + separators[i];
+    const QString path = scratchFile("separators.rc");
+    write(path, text.toUtf8());
+    ASSERT_TRUE(manager.addFileContents(path, false));
+    EXPECT_EQ(policiesInReadOrder(manager).size(), separators.size());
+}
+
+// The reader used to bring the process down on this line; now the read fails and
+// says where, keeping what was read before the line.
+TEST_F(RuleFileReader, ShortTraceLineFailsTheRead)
+{
+    const QString path = scratchFile("short-trace.rc");
+    install("short-trace.rc", path);
+    EXPECT_FALSE(manager.addFileContents(path, false));
+    EXPECT_TRUE(manager.lastErrorMessage().contains(path)) << qPrintable(manager.lastErrorMessage());
+    EXPECT_TRUE(manager.lastErrorMessage().contains("line 2")) << qPrintable(manager.lastErrorMessage());
+    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/tmp/a"});
+    EXPECT_TRUE(manager.traceRules().isEmpty());
+
+    // A CR LF pair counts as one line end.
+    const QString windows = scratchFile("windows.rc");
+    write(windows, "; rules\r\n\r\ntrace\r\n");
+    EXPECT_FALSE(manager.addFileContents(windows, false));
+    EXPECT_TRUE(manager.lastErrorMessage().contains("line 3")) << qPrintable(manager.lastErrorMessage());
+}
+
+TEST_F(RuleFileReader, SystemRulesCarryFlagsAndFeedTeamWhitelist)
+{
+    const QString path = scratchFile("other-system.rc");
+    install("system-quiven.rc", path);
+    ASSERT_TRUE(manager.addFileContents(path, true));
+    const QList<PolicyRulePtr> rules = policiesInReadOrder(manager);
+    ASSERT_EQ(rules.size(), 5);
+    for (const auto &rule : rules) {
+        EXPECT_TRUE(rule->system);
+        EXPECT_EQ(rule->tag, "");
+    }
+    EXPECT_EQ(rules[1]->flags, RuleFlag::TeamID);
+    EXPECT_EQ(rules[3]->flags, RuleFlag::User);
+    EXPECT_EQ(manager.teamIDsWhitelist(), QSet<QString>{"TEAMID0001"});
+    ASSERT_EQ(manager.watchRules().size(), 1);
+    EXPECT_EQ(manager.watchRules()[0]->flags, RuleFlag::Sticky);
+    EXPECT_TRUE(manager.filterOptions().isEmpty()) << "not a base ruleset file";
+}
+
+TEST_F(RuleFileReader, SetLinesCountOnlyInBaseRulesetsOrWhenValidating)
+{
+    for (const QString name : {"quiven.rc", "quiven_classic.rc", "paranoid.rc"}) {
+        RuleManager reader;
+        install("system-quiven.rc", systemFile(name));
+        ASSERT_TRUE(reader.addFileContents(systemFile(name), true));
+        ASSERT_EQ(reader.filterOptions().size(), 4) << qPrintable(name);
+        EXPECT_EQ(reader.getOption("policy.global.webcam"), 0u) << "the first set of a name wins";
+        EXPECT_EQ(reader.getOption("ui.prompts.oob"), 1u) << "only the low 32 bits are kept";
+        EXPECT_EQ(reader.getOption("no.such.option"), 0u);
+    }
+    install("system-quiven.rc", sharedFile("local.quiven.rc"));
+    ASSERT_TRUE(manager.addFileContents(sharedFile("local.quiven.rc"), false));
+    EXPECT_TRUE(manager.filterOptions().isEmpty());
+    manager.setOnlyValidating(true);
+    ASSERT_TRUE(manager.addFileContents(sharedFile("local.quiven.rc"), false));
+    EXPECT_EQ(manager.getOption("policy.global.user"), 1u);
+}
+
+TEST_F(RuleFileReader, SequenceAndDuplicatesSpanFiles)
+{
+    const QString first = scratchFile("first.rc");
+    const QString second = scratchFile("second.rc");
+    write(first, "allow path \"/a\" \"/bin/x\" r\nallow path \"/b\" \"/bin/x\" r\n");
+    write(second, "allow path \"/b\" \"/bin/x\" r \"again\"\nallow path \"/c\" \"/bin/x\" r\n"
+                  "watch path \"/w\" \"any\" r \"\"\n");
+    ASSERT_TRUE(manager.addFileContents(first, false));
+    ASSERT_TRUE(manager.addFileContents(second, false));
+    const QList<PolicyRulePtr> rules = policiesInReadOrder(manager);
+    EXPECT_EQ(paths(rules), (QStringList{"/a", "/b", "/c"}));
+    EXPECT_EQ(rules[2]->sequence, 3);
+    EXPECT_EQ(manager.watchRules()[0]->sequence, 4);
+
+    // Rules added to the store between reads count as members too.
+    auto added = std::make_shared<PolicyRule>(*rules[0]);
+    added->path = QStringLiteral("/d");
+    manager.addPolicyRule(added);
+    write(first, "allow path \"/d\" \"/bin/x\" r\nwatch path \"/w\" \"any\" r \"\"\n");
+    ASSERT_TRUE(manager.addFileContents(first, false));
+    EXPECT_EQ(policiesInReadOrder(manager).size(), 4);
+    EXPECT_EQ(manager.watchRules().size(), 1);
+}
+
+TEST_F(RuleFileReader, DropsExactlyTheRulesEqualToAnEarlierOne)
+{
+    // Few distinct values per field, so that equal rules and near-misses are frequent.
+    QRandomGenerator random(20240601);
+    const QStringList classes{"allow", "deny", "Allow"};
+    const QStringList types{"path", "prefix", "suffix"};
+    const QStringList texts{"/a", "/a/", "/b c", "any", ""};
+    const QStringList processes{"/bin/x", "/bin/y", "/bin/x via /bin/sh", "any"};
+    const QStringList operations{"r", "rw", "wr", "x"};
+    const QStringList constraints{"", "TEAM000001"};
+    auto pick = [&](const QStringList &list) { return list[random.bounded(int(list.size()))]; };
+
+    QList<QByteArray> files(2);
+    for (QByteArray &file : files) {
+        for (int i = 0; i < 400; ++i) {
+            file += QStringLiteral("%1 %2 \"%3\" \"%4\" %5 \"\" \"%6\" \"%7\"\n")
+                        .arg(pick(classes), pick(types), pick(texts), pick(processes), pick(operations),
+                             pick(constraints))
+                        .arg(i)
+                        .toUtf8();
+        }
+    }
+    RuleManager reference;
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        const QString path = scratchFile(QStringLiteral("random%1.rc").arg(i));
+        write(path, files[i]);
+        ASSERT_TRUE(manager.addFileContents(path, false));
+    }
+    // Reference: the plain rule "not equal to any kept rule", over every rule in order.
+    QList<PolicyRulePtr> kept;
+    for (const QByteArray &file : files) {
+        for (const QByteArray &line : file.split('\n')) {
+            const QStringList tokens = RuleManager::scanString(QString::fromUtf8(line));
+            if (tokens.size() < 5)
+                continue;
+            auto rule = std::make_shared<PolicyRule>();
+            rule->policyClass = RuleManager::policyClassForString(tokens[0]);
+            rule->policyType = RuleManager::policyTypeForString(tokens[1]);
+            rule->path = tokens[2];
+            rule->processName = tokens[3];
+            rule->operations = RuleManager::operationsForString(tokens[4]);
+            rule->constraint = tokens[6];
+            if (std::none_of(kept.begin(), kept.end(), [&](const auto &k) { return k->isEqualTo(*rule); }))
+                kept.append(rule);
+        }
+    }
+    const QList<PolicyRulePtr> read = policiesInReadOrder(manager);
+    ASSERT_EQ(read.size(), kept.size());
+    for (qsizetype i = 0; i < kept.size(); ++i)
+        EXPECT_TRUE(read[i]->isEqualTo(*kept[i])) << i;
+}
+
+TEST_F(RuleFileReader, FailsafeFileMergesNeighbouringDenials)
+{
+    install("failsafe.rc", sharedFile("failsafe.rc"));
+    ASSERT_TRUE(manager.addFileContents(ProductFolders::failsafeFile(), false));
+    EXPECT_EQ(paths(policiesInReadOrder(manager)),
+              (QStringList{"/home/ann/Downloads/", ":volume/x", ":volume/y", "/home/ann/Music/x.mp3",
+                           "/home/ann/Music/y.mp3"}));
+
+    // The same lines anywhere else are not merged.
+    RuleManager plain;
+    install("failsafe.rc", scratchFile("failsafe.rc"));
+    ASSERT_TRUE(plain.addFileContents(scratchFile("failsafe.rc"), false));
+    EXPECT_EQ(policiesInReadOrder(plain).size(), 6);
+}
+
+} // namespace
