@@ -1,0 +1,22 @@
+#pragma once
+
+#include "PolicyRule.h"
+#include "WatchRule.h"
+
+#include <QList>
+#include <QString>
+
+// The user's ruleset file the filter daemon owns.
+namespace quiven::filterd {
+
+struct UserRuleset
+{
+    QList<WatchRulePtr> watchRules;
+    QList<PolicyRulePtr> policyRules;
+};
+
+UserRuleset readUserRuleset(const QString &path);
+// Replaces the file in one step (temporary file, flush to disk, rename).
+bool writeUserRuleset(const QString &path, const UserRuleset &ruleset, QString *error);
+
+} // namespace quiven::filterd

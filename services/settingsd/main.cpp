@@ -1,0 +1,42 @@
+#include "DBusTypes.h"
+#include "PrivilegedChangeGate.h"
+#include "ServiceRuntime.h"
+#include "SettingsDaemon.h"
+#include "logging/JournalMessageHandler.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+
+int main(int argc, char **argv)
+{
+    quiven::logging::installJournalMessageHandler();
+    QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Settings daemon stand-in"));
+    parser.addHelpOption();
+    const QCommandLineOption insecureDev(
+        QStringLiteral("insecure-dev"),
+        QStringLiteral("Allow every privileged change (private buses only)."));
+    const QCommandLineOption stateDir(QStringLiteral("state-dir"),
+                                      QStringLiteral("Folder of the settings file."), QStringLiteral("DIR"),
+                                      QStringLiteral("/var/lib/quiven/settingsd"));
+    parser.addOptions({insecureDev, stateDir});
+    parser.process(app);
+
+    QString error;
+    auto gate = makeChangeGate(parser.isSet(insecureDev), &error);
+    if (!gate) {
+        qCritical("%s", qUtf8Printable(error));
+        return 2;
+    }
+    QDBusConnection bus = QDBusConnection::systemBus();
+    SettingsDaemon daemon(bus, QDir(parser.value(stateDir)).absolutePath(), std::move(gate));
+    if (!daemon.exportOn(&error) ||
+        !quiven::service::claimName(bus, QString::fromLatin1(quiven::dbus::kSettingsServiceName), &error)) {
+        qCritical("%s", qUtf8Printable(error));
+        return 1;
+    }
+    quiven::service::installShutdownHandler(&daemon, [] {});
+    return app.exec();
+}
