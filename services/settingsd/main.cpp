@@ -1,3 +1,4 @@
+#include "AuthorityChangeGate.h"
 #include "DBusTypes.h"
 #include "PrivilegedChangeGate.h"
 #include "ServiceRuntime.h"
@@ -25,12 +26,13 @@ int main(int argc, char **argv)
     parser.process(app);
 
     QString error;
-    auto gate = makeChangeGate(parser.isSet(insecureDev), &error);
+    QDBusConnection bus = QDBusConnection::systemBus();
+    // Privileged changes are checked with the authority unless a private bus explicitly opts out.
+    auto gate = parser.isSet(insecureDev) ? makeChangeGate(true, &error) : makeAuthorityChangeGate(bus);
     if (!gate) {
         qCritical("%s", qUtf8Printable(error));
         return 2;
     }
-    QDBusConnection bus = QDBusConnection::systemBus();
     SettingsDaemon daemon(bus, QDir(parser.value(stateDir)).absolutePath(), std::move(gate));
     if (!daemon.exportOn(&error) ||
         !quiven::service::claimName(bus, QString::fromLatin1(quiven::dbus::kSettingsServiceName), &error)) {
