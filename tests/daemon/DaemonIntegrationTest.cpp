@@ -1,0 +1,207 @@
+#include "BuildPaths.h"
+#include "NVCQUIVENClient.h"
+#include "NVCQUIVENDaemonRuleProtocolProxy.h"
+#include "NVCSettingsPrivilegedClient.h"
+#include "PrivateSystemBus.h"
+#include "StandInProcess.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+QVariantMap policyArchive(const QString &path)
+{
+    return {
+        {QStringLiteral("policyClass"), 0}, {QStringLiteral("policyType"), 1},
+        {QStringLiteral("operations"), 3},  {QStringLiteral("flags"), 0},
+        {QStringLiteral("path"), path},     {QStringLiteral("processName"), QStringLiteral("/usr/bin/cat")}};
+}
+
+class DaemonIntegration : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
+        QDir().mkpath(root.filePath(QStringLiteral("system")));
+        QDir().mkpath(root.filePath(QStringLiteral("shared")));
+        env.insert(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR"), root.filePath(QStringLiteral("system")) + '/');
+        env.insert(QStringLiteral("QUIVEN_SHARED_DIR"), sharedDir());
+        ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")))
+            << settingsd.output().data();
+        ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
+        connection = bus.connect(QStringLiteral("client"));
+    }
+
+    QString sharedDir() const { return root.filePath(QStringLiteral("shared")) + '/'; }
+
+    PrivateSystemBus bus;
+    QTemporaryDir root;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    StandInProcess settingsd{quiven::test::builtBinary(QStringLiteral("services/settingsd/quiven-settingsd")),
+                             {QStringLiteral("--insecure-dev"), QStringLiteral("--state-dir"),
+                              root.filePath(QStringLiteral("state"))},
+                             env};
+    StandInProcess filterd{quiven::test::builtBinary(QStringLiteral("services/filterd/quiven-filterd")),
+                           {QStringLiteral("--insecure-dev")},
+                           env};
+    QDBusConnection connection{QString()};
+};
+
+TEST_F(DaemonIntegration, FilterClientCallsReachTheDaemon)
+{
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    std::optional<bool> done;
+    client.setQUIVENEnabled(false, false, [&](bool value) { done = value; });
+    ASSERT_TRUE(waitUntil([&] { return done.has_value(); }));
+    EXPECT_TRUE(*done);
+
+    std::optional<qint64> status;
+    client.getQUIVENFilterStatusWithCallback([&](qint64 value) { status = value; });
+    ASSERT_TRUE(waitUntil([&] { return status.has_value(); }));
+    EXPECT_EQ(*status, 0);
+
+    QFile::copy(QStringLiteral(QUIVEN_SOURCE_DIR "/dbus/com.norvalis.nrquivend.conf"),
+                sharedDir() + "failsafe.rc");
+    QFile::copy(QStringLiteral(QUIVEN_SOURCE_DIR "/dbus/com.norvalis.nrquivend.conf"),
+                sharedDir() + "failsafe.rc.strict");
+    client.deleteFailsafeLog();
+    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(sharedDir() + "failsafe.rc.strict"); }));
+    EXPECT_FALSE(QFile::exists(sharedDir() + "failsafe.rc"));
+
+    client.registerUserAgent();
+    EXPECT_TRUE(waitUntil([&] { return client.isRegistered(); }));
+}
+
+TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilencesTheClient)
+{
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    ASSERT_TRUE(waitUntil(
+        [&] { return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol")); }));
+    filterd.terminate();
+    ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
+
+    int calls = 0;
+    client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
+    waitUntil([] { return false; }, 300);
+    EXPECT_EQ(calls, 0);
+
+    NVCQUIVENClient other(connection, NVCNamespace(QString()));
+    std::vector<qint64> statuses;
+    other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
+    ASSERT_TRUE(waitUntil([&] { return !statuses.empty(); }));
+    waitUntil([] { return false; }, 200);
+    EXPECT_EQ(statuses, std::vector<qint64>{0});
+}
+
+TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
+{
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    client.setRetryDelays(std::chrono::milliseconds(100), std::chrono::milliseconds(100));
+    const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
+    client.registerUserAgent();
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
+
+    filterd.kill9();
+    ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(protocol); }));
+    EXPECT_FALSE(client.isRegistered());
+    waitUntil([] { return false; }, 500);
+    ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
+    EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); })) << filterd.output().data();
+    EXPECT_EQ(client.trySubscribeBurndown(), 30);
+
+    // The renewed subscription still delivers the terminate event.
+    filterd.terminate();
+    EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
+}
+
+TEST_F(DaemonIntegration, UserRulesetIsSavedAtomicallyAnnouncedAndBadRecordsAreRefused)
+{
+    quiven::dbus::registerTypes();
+    ComNorvalisNVCQUIVENDaemonRuleProtocolInterface rules(
+        QStringLiteral("com.norvalis.nrquivend"), QStringLiteral("/com/norvalis/nrquivend"), connection);
+    QVariantMap bad = policyArchive(QStringLiteral("/tmp/x"));
+    bad.insert(QStringLiteral("operations"), QStringLiteral("rw"));
+    auto refused = rules.setUserWatchRules({}, {bad}, QByteArray(32, 'a'));
+    refused.waitForFinished();
+    ASSERT_TRUE(refused.isError());
+    EXPECT_EQ(refused.error().name(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
+
+    auto saved = rules.setUserWatchRules({}, {policyArchive(QStringLiteral("/tmp/x"))}, QByteArray(32, 'a'));
+    saved.waitForFinished();
+    ASSERT_FALSE(saved.isError()) << saved.error().message().toStdString();
+
+    QFile file(sharedDir() + "local.quiven.rc");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.readAll().contains("/tmp/x"));
+    EXPECT_EQ(QDir(sharedDir()).entryList(QDir::Files), QStringList{QStringLiteral("local.quiven.rc")});
+
+    auto ruleset = rules.getUserRuleset();
+    ruleset.waitForFinished();
+    ASSERT_FALSE(ruleset.isError());
+    ASSERT_EQ(ruleset.argumentAt<1>().size(), 1);
+    EXPECT_EQ(ruleset.argumentAt<1>().first().value(QStringLiteral("path")).toString(),
+              QStringLiteral("/tmp/x"));
+}
+
+TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
+{
+    NVCSettingsPrivilegedClient client(connection, NVCNamespace(QString()));
+    EXPECT_TRUE(client.systemSettings().isEmpty());
+    std::optional<bool> started;
+    client.startListenersWithReply([&](bool ok) { started = ok; });
+    ASSERT_TRUE(waitUntil([&] { return started.has_value(); }));
+    EXPECT_TRUE(*started);
+    EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
+    client.setupSettingsNotification();
+
+    std::vector<int> order;
+    client.addSettingsUpdateCallback([&](const QVariantMap &, const QVariantMap &) { order.push_back(1); });
+    client.addSettingsUpdateCallback([&](const QVariantMap &, const QVariantMap &) { order.push_back(2); });
+
+    int unanswered = 0;
+    client.setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &) { ++unanswered; });
+
+    std::optional<QDBusError> answer;
+    client.setQUIVENSystemRuleSet(2, QByteArray(32, 'a'), [&](const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return order.size() == 2; }));
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+    EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
+    EXPECT_EQ(unanswered, 0);
+
+    answer.reset();
+    client.setQUIVENAdvancedMode(true, {{QStringLiteral("AuthorizationRefHolder"), QStringLiteral("junk")}},
+                                 [&](const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_EQ(answer->name(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
+
+    // The setting survives a restart of the daemon.
+    settingsd.terminate();
+    ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")));
+    std::optional<QVariantMap> reread;
+    client.getSystemSettingsWithReply(
+        [&](const QVariantMap &settings, const QDBusError &) { reread = settings; });
+    ASSERT_TRUE(waitUntil([&] { return reread.has_value(); }));
+    EXPECT_EQ(reread->value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
+}
+
+} // namespace
