@@ -104,6 +104,7 @@ template <typename List> auto &bucketFor(List &list, quint32 policyClass, const 
 RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
 {
     QHash<QString, int> prefixSlots;
+    occurrences.reserve(group.size());
     for (const PolicyRulePtr &member : group) {
         if (!member || !canCover(*member))
             continue;
@@ -185,11 +186,10 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
     return false;
 }
 
-bool RedundancyIndex::isRedundant(const QString &groupKey, const QList<PolicyRulePtr> &group,
-                                  const PolicyRule &rule)
+bool RedundancyIndex::isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
 {
-    auto it = m_groups.find(groupKey);
+    auto it = m_groups.find(&group);
     if (it == m_groups.end())
-        it = m_groups.try_emplace(groupKey, group).first;
+        it = m_groups.try_emplace(&group, group).first;
     return it->second.isRedundant(rule);
 }

@@ -17,9 +17,10 @@
 class RedundancyIndex
 {
 public:
-    // `group` is the store's list under `groupKey`; it must stay unchanged while
-    // the index lives.
-    bool isRedundant(const QString &groupKey, const QList<PolicyRulePtr> &group, const PolicyRule &rule);
+    // `group` is the store's list for the rule's group; the list object must stay
+    // where it is and unchanged while the index lives (groups are told apart by
+    // address, which spares hashing the long group key twice).
+    bool isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
 
     // The reference answer: a plain scan of the group, in stored order.
     static bool scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
@@ -61,5 +62,5 @@ private:
         int longestPrefixOf(const QString &path) const;
     };
 
-    std::unordered_map<QString, GroupIndex> m_groups;
+    std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
 };

@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -23,8 +24,12 @@ QString systemErrorText(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-// Writes rule lines to one open file, one write() per line, remembering the last
-// short write instead of stopping: the rest of the ruleset is still worth saving.
+// Writes rule lines to one open file. Each line must behave as if written by its
+// own write() call: a short write is recorded (the last one wins) and the
+// following lines are still tried. Lines are gathered into batches because a
+// system call per line costs more than the whole text; once a batch comes back
+// short, the rest goes out line by line, which is what per-line calls would
+// have produced on the same file.
 class RuleLineSink
 {
 public:
@@ -33,30 +38,81 @@ public:
         , m_path(path)
         , m_lastErrorMessage(lastErrorMessage)
         , m_encoder(QStringEncoder::Utf8)
-    {}
+    {
+        m_batch.reserve(kBatchSize);
+    }
+
+    ~RuleLineSink() { flush(); }
 
     void write(const QString &line)
     {
-        m_buffer.resize(m_encoder.requiredSpace(line.size()));
-        char *end = m_encoder.appendToBuffer(m_buffer.data(), line);
-        const size_t length = size_t(end - m_buffer.data());
-        const ssize_t written = ::write(m_fd, m_buffer.constData(), length);
-        if (written < 0 || size_t(written) != length) {
-            const int error = errno;
-            m_lastErrorMessage =
-                QCoreApplication::translate("RuleManager", "Failed write() operation on file '%1' %2 (%3)")
-                    .arg(m_path, systemErrorText(error))
-                    .arg(error);
-            qCWarning(lcRuleManagement).noquote() << m_lastErrorMessage;
-        }
+        const qsizetype start = m_batch.size();
+        m_batch.resize(start + m_encoder.requiredSpace(line.size()));
+        char *end = m_encoder.appendToBuffer(m_batch.data() + start, line);
+        m_batch.resize(end - m_batch.constData());
+        m_lineEnds.push_back(m_batch.size());
+        if (m_lineByLine || m_batch.size() >= kBatchSize)
+            flush();
     }
 
 private:
+    static constexpr qsizetype kBatchSize = 64 * 1024;
+
+    void flush()
+    {
+        if (m_batch.isEmpty())
+            return;
+        if (m_lineByLine) {
+            writeLines(0);
+        } else {
+            const ssize_t written = ::write(m_fd, m_batch.constData(), size_t(m_batch.size()));
+            if (written != ssize_t(m_batch.size()))
+                continueAfterShortBatch(written < 0 ? 0 : qsizetype(written), errno);
+        }
+        m_batch.resize(0);
+        m_lineEnds.clear();
+    }
+
+    void continueAfterShortBatch(qsizetype written, int error)
+    {
+        m_lineByLine = true;
+        size_t line = 0;
+        while (m_lineEnds[line] <= written)
+            ++line;
+        const qsizetype lineStart = line == 0 ? 0 : m_lineEnds[line - 1];
+        if (written > lineStart) {
+            recordFailure(error);
+            ++line;
+        }
+        writeLines(line);
+    }
+
+    void writeLines(size_t firstLine)
+    {
+        for (size_t line = firstLine; line < m_lineEnds.size(); ++line) {
+            const qsizetype start = line == 0 ? 0 : m_lineEnds[line - 1];
+            const size_t length = size_t(m_lineEnds[line] - start);
+            if (::write(m_fd, m_batch.constData() + start, length) != ssize_t(length))
+                recordFailure(errno);
+        }
+    }
+
+    void recordFailure(int error)
+    {
+        m_lastErrorMessage =
+            QCoreApplication::translate("RuleManager", "Failed write() operation on file '%1' %2 (%3)")
+                .arg(m_path, systemErrorText(error))
+                .arg(error);
+        qCWarning(lcRuleManagement).noquote() << m_lastErrorMessage;
+    }
+
     int m_fd;
     const QString &m_path;
     QString &m_lastErrorMessage;
     QStringEncoder m_encoder;
-    QByteArray m_buffer;
+    QByteArray m_batch;
+    std::vector<qsizetype> m_lineEnds;
+    bool m_lineByLine = false;
 };
 
 int openForWriting(const QString &path, QString &lastErrorMessage)
@@ -114,14 +170,16 @@ bool RuleManager::writeToFile(const QString &path)
         rebuildRulesCache();
     }
 
-    RuleLineSink sink(fd, path, m_lastErrorMessage);
-    for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
-        if (rule && !rule->system)
-            sink.write(rule->toString());
-    }
-    for (const PolicyRulePtr &rule : std::as_const(m_policyRules)) {
-        if (rule && !rule->system)
-            sink.write(rule->toString());
+    {
+        RuleLineSink sink(fd, path, m_lastErrorMessage);
+        for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
+            if (rule && !rule->system)
+                sink.write(rule->toString());
+        }
+        for (const PolicyRulePtr &rule : std::as_const(m_policyRules)) {
+            if (rule && !rule->system)
+                sink.write(rule->toString());
+        }
     }
     finishFile(fd);
 
@@ -141,16 +199,18 @@ bool RuleManager::writeToFile(const QString &path, const QList<RuleBasePtr> &pol
     if (fd < 0)
         return false;
 
-    RuleLineSink sink(fd, path, m_lastErrorMessage);
-    for (const RuleBasePtr &rule : policiesToWrite) {
-        if (!hasTextForm(rule.get())) {
-            qCWarning(lcRuleManagement).noquote()
-                << QStringLiteral("%1: Don't know how to render rule object %2")
-                       .arg(QLatin1String("-[RuleManager writeToFile:policiesToWrite:]"),
-                            rule ? rule->description() : QStringLiteral("(null)"));
-            continue;
+    {
+        RuleLineSink sink(fd, path, m_lastErrorMessage);
+        for (const RuleBasePtr &rule : policiesToWrite) {
+            if (!hasTextForm(rule.get())) {
+                qCWarning(lcRuleManagement).noquote()
+                    << QStringLiteral("%1: Don't know how to render rule object %2")
+                           .arg(QLatin1String("-[RuleManager writeToFile:policiesToWrite:]"),
+                                rule ? rule->description() : QStringLiteral("(null)"));
+                continue;
+            }
+            sink.write(rule->toString());
         }
-        sink.write(rule->toString());
     }
     finishFile(fd);
     return true;

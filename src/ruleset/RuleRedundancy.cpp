@@ -14,7 +14,7 @@ bool RuleManager::isRedundant(const PolicyRulePtr &rule) const
         return false;
     if (!m_redundancyIndex)
         m_redundancyIndex = std::make_unique<RedundancyIndex>();
-    return m_redundancyIndex->isRedundant(key, *group, *rule);
+    return m_redundancyIndex->isRedundant(*group, *rule);
 }
 
 void RuleManager::invalidateRedundancyIndex() const

@@ -3,7 +3,8 @@
 #include <QString>
 
 // The table's search: a case-insensitive substring test of one text against the
-// rule fields it is applied to. An absent field never matches.
+// rule fields it is applied to, folding case one UTF-16 unit at a time (accents
+// still count). An absent field never matches.
 class RuleSearch
 {
 public:
@@ -16,7 +17,7 @@ public:
     bool matchesShared(const QString &field);
 
 private:
-    QString m_text;
+    QString m_folded;
     const QChar *m_lastData = nullptr;
     qsizetype m_lastSize = -1;
     bool m_lastResult = false;

@@ -116,20 +116,26 @@ TEST_F(RuleFileWriterTest, ShortWriteIsRecordedAndLaterLinesStillTried)
     for (int i = 0; i < 5; ++i)
         manager.addWatchRule(watchRule(u"/path/number/%1"_s.arg(i), u"any"_s));
     // A file size limit makes write() come back short without touching devices.
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit saved{};
-    ::getrlimit(RLIMIT_FSIZE, &saved);
-    rlimit limited = saved;
-    limited.rlim_cur = 100;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const bool written = manager.writeToFile(path());
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, SIG_DFL);
+    // Each line is 41 bytes: the limit falls inside the third line, then on its start.
+    for (const rlim_t limit : {rlim_t(100), rlim_t(82)}) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit saved{};
+        ::getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit limited = saved;
+        limited.rlim_cur = limit;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+        const bool written = manager.writeToFile(path());
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_DFL);
 
-    EXPECT_TRUE(written);
-    EXPECT_EQ(manager.lastErrorMessage(),
-              u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
-    EXPECT_EQ(contents(path()).size(), 100);
+        EXPECT_TRUE(written);
+        EXPECT_EQ(manager.lastErrorMessage(),
+                  u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
+        EXPECT_EQ(contents(path()).size(), qsizetype(limit));
+    }
+    ASSERT_TRUE(manager.writeToFile(path()));
+    EXPECT_TRUE(manager.lastErrorMessage().isNull());
+    EXPECT_EQ(contents(path()).size(), 5 * 41);
 }
 
 TEST_F(RuleFileWriterTest, SelectionWritesGivenRulesAndSkipsUnrenderable)
