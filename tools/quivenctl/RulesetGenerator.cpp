@@ -1,6 +1,7 @@
 #include "RulesetGenerator.h"
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <array>
 #include <cmath>
@@ -174,14 +175,14 @@ QString operationLetters(Random &random)
     return text;
 }
 
-// Paths carry the rule's index where it matters so that lines stay distinct
-// and the reader keeps every one of them.
-QString pathFor(Random &random, const QString &type, qsizetype index)
+// Paths carry the rule's index so that lines stay distinct and the reader
+// keeps every one of them; "any" is offered at most once per application.
+QString pathFor(Random &random, const QString &type, qsizetype index, bool anyAllowed)
 {
-    if (random.chance(0.03))
+    if (anyAllowed && random.chance(0.05))
         return QStringLiteral("any");
     if (type == QLatin1String("suffix"))
-        return QLatin1String(random.pick(kSuffixes));
+        return QStringLiteral("-") + QString::number(index) + QLatin1String(random.pick(kSuffixes));
     const QString user = QLatin1String(random.pick(kUsers));
     QString base;
     switch (random.below(4)) {
@@ -225,6 +226,7 @@ QByteArray generateRuleset(const RulesetGeneratorOptions &options)
     const Application sharedApplication{QStringLiteral("/usr/lib/firefox-esr/firefox-esr"),
                                         QStringLiteral("APPLE_PF_BINARY")};
     const qint64 baseTime = 1700000000;
+    QSet<qsizetype> applicationsWithAnyPath;
 
     QString text;
     text.reserve(total * 130 + 512);
@@ -236,10 +238,12 @@ QByteArray generateRuleset(const RulesetGeneratorOptions &options)
     for (qsizetype i = 0; i < total; ++i) {
         // Spread the shared group's rules evenly through the file.
         const bool inSharedGroup = shared > 0 && (i + 1) * shared / total > i * shared / total;
-        const Application &application =
-            inSharedGroup ? sharedApplication : applications[zipfIndex(random, applications.size())];
+        const qsizetype applicationIndex = inSharedGroup ? -1 : zipfIndex(random, applications.size());
+        const Application &application = inSharedGroup ? sharedApplication : applications[applicationIndex];
         const QString type = typeWord(random);
-        const QString path = pathFor(random, type, i);
+        const QString path = pathFor(random, type, i, !applicationsWithAnyPath.contains(applicationIndex));
+        if (path == QLatin1String("any"))
+            applicationsWithAnyPath.insert(applicationIndex);
         const QString tag = QLatin1String(random.pick(kTags));
 
         if (!inSharedGroup && random.chance(0.03)) {
