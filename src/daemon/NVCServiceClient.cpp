@@ -3,7 +3,6 @@
 #include "NVCServiceClientSubscriptionProtocolProxy.h"
 
 #include <QAtomicInteger>
-#include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
@@ -289,7 +288,8 @@ void NVCServiceClient::subscribeWithProtocol(const QString &protocolName, std::f
     deliver(
         m_subscriptionProxy->subscribeToChangesWithProtocol(protocolName, *endpoint),
         [weakSelf, protocolName, callback = std::move(callback)](const QDBusPendingCall &call) {
-            const bool subscribed = QDBusPendingReply<bool>(call).value();
+            const QDBusPendingReply<bool> answer(call);
+            const bool subscribed = answer.value();
             qCInfo(lcServiceClient, "Subscription to protocol %s %s.", qUtf8Printable(protocolName),
                    subscribed ? "succeeded" : "failed");
             if (!weakSelf)
@@ -298,6 +298,8 @@ void NVCServiceClient::subscribeWithProtocol(const QString &protocolName, std::f
                 QMutexLocker locker(&weakSelf->m_subscriptionLock);
                 if (Subscription *subscription = weakSelf->findSubscription(protocolName))
                     subscription->alive = subscribed;
+                if (subscribed)
+                    weakSelf->m_peerName = answer.reply().service();
             }
             qCDebug(lcServiceClient, "Flagging annonymous listtener for protocol %s as alive: %d",
                     qUtf8Printable(protocolName), subscribed);

@@ -141,6 +141,8 @@ private:
     std::unique_ptr<QDBusServiceWatcher> m_watcher;
     bool m_connected = false;
     bool m_deallocating = false;
+    // Unique name of the daemon that confirmed our subscriptions; only it may call back.
+    QString m_peerName;
 
     mutable QRecursiveMutex m_subscriptionLock;
     QList<Subscription> m_subscriptions;

@@ -39,10 +39,6 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        QDir().mkpath(root.filePath(QStringLiteral("system")));
-        QDir().mkpath(root.filePath(QStringLiteral("shared")));
-        env.insert(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR"), root.filePath(QStringLiteral("system")) + '/');
-        env.insert(QStringLiteral("QUIVEN_SHARED_DIR"), sharedDir());
         ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")))
             << settingsd.output().data();
         ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
@@ -53,7 +49,16 @@ protected:
 
     PrivateSystemBus bus;
     QTemporaryDir root;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    // The daemons take their folders from the environment they start with.
+    QProcessEnvironment env = [this] {
+        QDir().mkpath(root.filePath(QStringLiteral("system")));
+        QDir().mkpath(sharedDir());
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR"),
+                           root.filePath(QStringLiteral("system")) + '/');
+        environment.insert(QStringLiteral("QUIVEN_SHARED_DIR"), sharedDir());
+        return environment;
+    }();
     StandInProcess settingsd{quiven::test::builtBinary(QStringLiteral("services/settingsd/quiven-settingsd")),
                              {QStringLiteral("--insecure-dev"), QStringLiteral("--state-dir"),
                               root.filePath(QStringLiteral("state"))},
