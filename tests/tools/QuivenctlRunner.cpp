@@ -1,0 +1,85 @@
+#include "QuivenctlRunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <gtest/gtest.h>
+
+QuivenctlRun runQuivenctl(const QStringList &arguments, const QByteArray &input,
+                          const QProcessEnvironment &environment)
+{
+    QProcess process;
+    QProcessEnvironment quiet = environment;
+    quiet.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("*.debug=false"));
+    process.setProcessEnvironment(quiet);
+    process.start(QStringLiteral(QUIVEN_BINARY_DIR "/tools/quivenctl/quivenctl"), arguments);
+    QuivenctlRun run;
+    if (!process.waitForStarted()) {
+        ADD_FAILURE() << "quivenctl did not start: " << process.errorString().toStdString();
+        return run;
+    }
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(120000)) {
+        ADD_FAILURE() << "quivenctl did not finish";
+        process.kill();
+        process.waitForFinished();
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
+
+RuleFolder::RuleFolder()
+{
+    EXPECT_TRUE(m_dir.isValid());
+}
+
+QString RuleFolder::write(const QString &relativePath, const QByteArray &content) const
+{
+    const QString full = path(relativePath);
+    QDir().mkpath(QFileInfo(full).absolutePath());
+    QFile file(full);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(content);
+    return full;
+}
+
+QString RuleFolder::path(const QString &relativePath) const
+{
+    return relativePath.isEmpty() ? m_dir.path() + QLatin1Char('/') : m_dir.filePath(relativePath);
+}
+
+QStringList ruleTexts(const QJsonArray &rules)
+{
+    QStringList texts;
+    for (const QJsonValue &rule : rules)
+        texts << rule[QStringLiteral("text")].toString();
+    return texts;
+}
+
+void PrintTo(const QString &text, std::ostream *os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+void PrintTo(const QStringList &list, std::ostream *os)
+{
+    *os << QJsonDocument(QJsonArray::fromStringList(list)).toJson(QJsonDocument::Compact).toStdString();
+}
+
+void PrintTo(const QJsonValue &value, std::ostream *os)
+{
+    *os << QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact).toStdString();
+}
+
+void PrintTo(const QJsonObject &object, std::ostream *os)
+{
+    *os << QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
+}
+
+void PrintTo(const QJsonArray &array, std::ostream *os)
+{
+    *os << QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
+}

@@ -1,0 +1,68 @@
+#include "RulesetGenerator.h"
+
+#include "RuleManager.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+std::unique_ptr<RuleManager> load(const QByteArray &text)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("generated.rc");
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+    file.close();
+    return RuleManager::withContentsOfFile(path, false);
+}
+
+TEST(RulesetGenerator, EveryLineIsReadAndValidAndTheSharedGroupHasItsSize)
+{
+    const QByteArray text = generateRuleset({3000, 42, 800});
+    const std::unique_ptr<RuleManager> manager = load(text);
+    ASSERT_EQ(manager->compositeIndex().size(), 3000);
+    for (const RuleBasePtr &rule : manager->compositeIndex())
+        EXPECT_TRUE(manager->validateRule(*rule)) << rule->toString().toStdString();
+
+    qsizetype largest = 0;
+    qsizetype groupsOfOne = 0;
+    for (const QList<PolicyRulePtr> &group : manager->policyRulesByApplication()) {
+        largest = qMax(largest, group.size());
+        groupsOfOne += group.size() == 1;
+    }
+    EXPECT_EQ(largest, 800);
+    EXPECT_GT(groupsOfOne, 10) << "group sizes should vary";
+    EXPECT_GT(manager->watchRules().size(), 20);
+}
+
+TEST(RulesetGenerator, CoversTheFormsOfTheFileFormat)
+{
+    const QString text = QString::fromUtf8(generateRuleset({5000, 3, 0}));
+    for (const char *form : {" via /", " via any\"", "\"any via ", "\"any ancestor /", "\"APPLE_PF_BINARY\"",
+                             "\"APPLECOMPUTER\"", "\"\" \"", "\nwatch ", "\nset ", "\"any\"", "My Files"})
+        EXPECT_TRUE(text.contains(QLatin1String(form))) << form;
+
+    const std::unique_ptr<RuleManager> manager = load(text.toUtf8());
+    QSet<qsizetype> constraintLengths;
+    bool tagWithSpace = false;
+    for (const RuleBasePtr &rule : manager->compositeIndex()) {
+        constraintLengths.insert(rule->constraint.size());
+        tagWithSpace = tagWithSpace || rule->tag.contains(' ');
+    }
+    EXPECT_TRUE(constraintLengths.contains(10));
+    EXPECT_TRUE(constraintLengths.contains(40));
+    EXPECT_TRUE(constraintLengths.contains(64));
+    EXPECT_TRUE(tagWithSpace);
+}
+
+TEST(RulesetGenerator, DeterministicPerSeed)
+{
+    EXPECT_EQ(generateRuleset({500, 1, 50}), generateRuleset({500, 1, 50}));
+    EXPECT_NE(generateRuleset({500, 1, 50}), generateRuleset({500, 2, 50}));
+    EXPECT_NE(generateRuleset({500, 1, 0}), generateRuleset({500, 1, 50}));
+}
+
+} // namespace
