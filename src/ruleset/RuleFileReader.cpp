@@ -250,6 +250,9 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         members.append(std::move(rule));
         storeChanged = true;
     }
+    // Growth slack of the lists adds up over many rules.
+    for (const ReadState::Group &group : state.groups)
+        m_policyRulesByApplication[group.key].squeeze();
     if (storeChanged)
         invalidateRedundancyIndex();
     return true;

@@ -24,18 +24,52 @@ size_t equalityHash(const NVCRuleBase &rule)
                       rule.constraint.isNull());
 }
 
+constexpr std::size_t kInitialSlots = 64;
+
 } // namespace
+
+// The slot holding a rule equal to `rule`, or the empty slot where it would go.
+std::size_t DuplicateIndex::findSlot(const NVCRuleBase &rule, size_t hash) const
+{
+    const std::size_t mask = m_slots.size() - 1;
+    for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
+        const Slot &slot = m_slots[at];
+        if (!slot.rule || (slot.hash == hash && slot.rule->isEqualTo(rule)))
+            return at;
+    }
+}
+
+void DuplicateIndex::grow()
+{
+    std::vector<Slot> old(m_slots.empty() ? kInitialSlots : m_slots.size() * 2);
+    old.swap(m_slots);
+    const std::size_t mask = m_slots.size() - 1;
+    for (const Slot &slot : old) {
+        if (!slot.rule)
+            continue;
+        std::size_t at = slot.hash & mask;
+        while (m_slots[at].rule)
+            at = (at + 1) & mask;
+        m_slots[at] = slot;
+    }
+}
 
 void DuplicateIndex::insert(const NVCRuleBase &rule)
 {
-    m_rules.insert(equalityHash(rule), &rule);
+    // At most half full, so probe runs stay short.
+    if ((m_count + 1) * 2 > m_slots.size())
+        grow();
+    const size_t hash = equalityHash(rule);
+    Slot &slot = m_slots[findSlot(rule, hash)];
+    if (slot.rule)
+        return;
+    slot = Slot{&rule, hash};
+    ++m_count;
 }
 
 bool DuplicateIndex::containsEqual(const NVCRuleBase &rule) const
 {
-    for (auto [it, end] = m_rules.equal_range(equalityHash(rule)); it != end; ++it) {
-        if ((*it)->isEqualTo(rule))
-            return true;
-    }
-    return false;
+    if (m_slots.empty())
+        return false;
+    return m_slots[findSlot(rule, equalityHash(rule))].rule != nullptr;
 }

@@ -3,9 +3,9 @@
 #include "NVCRuleBase.h"
 
 #include <QHash>
-#include <QMultiHash>
 #include <QString>
 #include <QStringView>
+#include <vector>
 
 // Hands out one shared copy per distinct text, so that the many rules of one
 // application share their process name, constraint and tag data.
@@ -20,7 +20,11 @@ private:
 };
 
 // Answers "is some indexed rule isEqualTo this one" in constant time. Holds raw
-// pointers: the indexed rules must stay alive and unchanged while it is used.
+// pointers: the indexed rules must stay alive and unchanged while it is used,
+// and all be of one record kind (which makes isEqualTo symmetric among them).
+//
+// An open-addressing table in one flat block: a node-based set would scatter
+// short-lived allocations between the long-lived rules read alongside it.
 class DuplicateIndex
 {
 public:
@@ -28,5 +32,15 @@ public:
     bool containsEqual(const NVCRuleBase &rule) const;
 
 private:
-    QMultiHash<size_t, const NVCRuleBase *> m_rules;
+    struct Slot
+    {
+        const NVCRuleBase *rule = nullptr;
+        size_t hash = 0;
+    };
+
+    std::size_t findSlot(const NVCRuleBase &rule, size_t hash) const;
+    void grow();
+
+    std::vector<Slot> m_slots;
+    std::size_t m_count = 0;
 };
