@@ -7,10 +7,8 @@
 
 RuleManager::RuleManager()
 {
+    // Sort order, filter text and sequence counter start out empty by their declarations.
     reset();
-    m_sortDescriptors.reset();
-    m_searchString = QString();
-    m_ruleSequence = 0;
 }
 
 RuleManager::~RuleManager() = default;
@@ -44,22 +42,8 @@ std::unique_ptr<RuleManager> RuleManager::withCurrentUserConfigurationAndLoadDef
 void RuleManager::initWithContentsOfFile(const QString &path, bool shouldLabelAsSystemRules)
 {
     QMutexLocker locker(&m_lock);
-    {
-        QMutexLocker groups(&m_groupMapLock);
-        m_policyRulesByApplication = {};
-    }
-    {
-        QMutexLocker watches(&m_watchListLock);
-        m_watchRules = {};
-    }
-    m_traceRules = {};
-    {
-        QMutexLocker options(&m_optionListLock);
-        m_filterOptions = {};
-    }
-    m_teamIDsWhitelist = {};
+    reset();
     m_searchString = QString();
-    invalidateRedundancyIndex();
     // A failed read leaves an empty ruleset with lastErrorMessage set; loading goes on regardless.
     addFileContents(path, shouldLabelAsSystemRules);
     loadOptions();
