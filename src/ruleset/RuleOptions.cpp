@@ -49,6 +49,10 @@ qint32 variantAsInt32(const QVariant &value)
 
 void RuleManager::addOptionWithParts(const QStringList &parts)
 {
+    if (parts.size() < 3) {
+        qCWarning(lcRuleManagement, "Ignoring incomplete option line %s", qUtf8Printable(parts.join(u' ')));
+        return;
+    }
     FilterOption option;
     option.name = parts.at(1);
     option.value = quint32(quint64(RuleText::leadingInteger(parts.at(2))));

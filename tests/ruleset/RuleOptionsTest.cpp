@@ -187,6 +187,7 @@ TEST_F(RuleOptions, AddOptionKeepsLowBitsOfTheValue)
     manager.addOptionWithParts({"set", "b", "-1"});
     manager.addOptionWithParts({"set", "c", "7 days"});
     manager.addOptionWithParts({"set", "a", "9"});
+    manager.addOptionWithParts({"set", "d"});
     EXPECT_EQ(manager.getOption("a"), 1u);
     EXPECT_EQ(manager.getOption("b"), 0xffffffffu);
     EXPECT_EQ(manager.getOption("c"), 7u);
