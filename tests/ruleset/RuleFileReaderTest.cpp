@@ -126,6 +126,14 @@ TEST_F(RuleFileReader, TextEndsAtFirstNul)
     EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/tmp/a"});
 }
 
+TEST_F(RuleFileReader, ByteOrderMarkDoesNotHideAComment)
+{
+    const QString path = scratchFile("bom.rc");
+    write(path, "\xef\xbb\xbf; saved by an editor that marks UTF-8\nallow path \"/a\" \"any\" r\n");
+    ASSERT_TRUE(manager.addFileContents(path, false));
+    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/a"});
+}
+
 TEST_F(RuleFileReader, EveryLineSeparatorEndsALine)
 {
     const QString rule = QStringLiteral("allow path \"/p%1\" \"any\" r \"\" \"\" \"0\"");
