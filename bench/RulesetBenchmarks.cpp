@@ -1,0 +1,143 @@
+#include "BenchmarkData.h"
+#include "RuleManager.h"
+
+#include <benchmark/benchmark.h>
+#include <cstring>
+
+namespace {
+
+using bench::loadedManager;
+
+void sizes(benchmark::internal::Benchmark *b)
+{
+    b->Args({10000, 0})->Args({100000, 0})->ArgNames({"rules", "shared"})->Unit(benchmark::kMillisecond);
+}
+
+// The same sizes plus 100,000 rules of which 20,000 fall into one group.
+void sizesWithLargeGroup(benchmark::internal::Benchmark *b)
+{
+    sizes(b);
+    b->Args({100000, 20000});
+}
+
+void BM_LineScan(benchmark::State &state)
+{
+    const QByteArray &text = bench::rulesetText(state.range(0), state.range(1));
+    for (auto _ : state) {
+        qint64 lines = 0;
+        const char *at = text.constData();
+        const char *end = at + text.size();
+        while (const void *found = std::memchr(at, '\n', std::size_t(end - at))) {
+            ++lines;
+            at = static_cast<const char *>(found) + 1;
+        }
+        benchmark::DoNotOptimize(lines);
+    }
+    state.SetBytesProcessed(state.iterations() * text.size());
+}
+BENCHMARK(BM_LineScan)->Apply(sizes);
+
+void BM_Parse(benchmark::State &state)
+{
+    const QString &file = bench::rulesetFile(state.range(0), state.range(1));
+
+    // Memory of one loaded ruleset, measured once before the timed runs.
+    const qint64 before = bench::residentBytes();
+    std::unique_ptr<RuleManager> measured = loadedManager(state.range(0), state.range(1));
+    const qint64 after = bench::residentBytes();
+    const auto loaded = double(measured->compositeIndex().size());
+    measured.reset();
+
+    for (auto _ : state) {
+        std::unique_ptr<RuleManager> manager = RuleManager::withContentsOfFile(file, false);
+        benchmark::DoNotOptimize(manager->compositeIndex().size());
+    }
+    state.counters["rules_loaded"] = loaded;
+    state.counters["rss_bytes_per_rule"] = loaded > 0 ? double(after - before) / loaded : 0;
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Parse)->Apply(sizesWithLargeGroup);
+
+void BM_RebuildCache(benchmark::State &state)
+{
+    const std::unique_ptr<RuleManager> manager = loadedManager(state.range(0), state.range(1));
+    for (auto _ : state)
+        manager->rebuildRulesCache();
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_RebuildCache)->Apply(sizes);
+
+void BM_Filter(benchmark::State &state)
+{
+    const std::unique_ptr<RuleManager> manager = loadedManager(state.range(0), state.range(1));
+    // A text typed into the search field: matches tags, paths and process names.
+    const QStringList texts{QStringLiteral("backup"), QStringLiteral("/home/alice/"),
+                            QStringLiteral("firefox")};
+    qsizetype next = 0;
+    for (auto _ : state) {
+        manager->applyFilterWithString(texts[next++ % texts.size()]);
+        benchmark::DoNotOptimize(manager->compositeIndex().size());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Filter)->Apply(sizes);
+
+void BM_Sort(benchmark::State &state)
+{
+    const std::unique_ptr<RuleManager> manager = loadedManager(state.range(0), state.range(1));
+    using Comparison = RuleSortDescriptor::Comparison;
+    // Alternating directions so that every run really reorders the view.
+    const QList<QList<RuleSortDescriptor>> orders{
+        {{QStringLiteral("path"), true, Comparison::CaseInsensitiveCompare},
+         {QStringLiteral("created"), false, Comparison::Compare}},
+        {{QStringLiteral("path"), false, Comparison::CaseInsensitiveCompare},
+         {QStringLiteral("created"), true, Comparison::Compare}},
+    };
+    qsizetype next = 0;
+    for (auto _ : state)
+        manager->sortIndexUsingDescriptors(orders[next++ % orders.size()]);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Sort)->Apply(sizes);
+
+// Exposes the cover index reset so every run starts cold, as the first paint
+// of the table after a load does.
+class ColdRedundancyManager : public RuleManager
+{
+public:
+    using RuleManager::invalidateRedundancyIndex;
+};
+
+void BM_RedundancyAllRows(benchmark::State &state)
+{
+    ColdRedundancyManager manager;
+    manager.initWithContentsOfFile(bench::rulesetFile(state.range(0), state.range(1)), false);
+    const QList<PolicyRulePtr> rows = manager.policyRules();
+    qint64 redundant = 0;
+    for (auto _ : state) {
+        manager.invalidateRedundancyIndex();
+        redundant = 0;
+        for (const PolicyRulePtr &rule : rows)
+            redundant += manager.isRedundant(rule);
+        benchmark::DoNotOptimize(redundant);
+    }
+    state.counters["redundant_rows"] = double(redundant);
+    state.SetItemsProcessed(state.iterations() * rows.size());
+}
+BENCHMARK(BM_RedundancyAllRows)->Apply(sizesWithLargeGroup);
+
+void BM_Write(benchmark::State &state)
+{
+    const std::unique_ptr<RuleManager> manager = loadedManager(state.range(0), state.range(1));
+    const QString out = bench::scratchFile(QStringLiteral("written.rc"));
+    for (auto _ : state) {
+        if (!manager->writeToFile(out)) {
+            state.SkipWithError(qPrintable(manager->lastErrorMessage()));
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Write)->Apply(sizes);
+
+} // namespace
