@@ -2,6 +2,7 @@
 #include "logging/JournalMessageHandler.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <cstdio>
 
 int main(int argc, char **argv)
@@ -9,6 +10,9 @@ int main(int argc, char **argv)
     quiven::logging::installJournalMessageHandler();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quivenctl"));
+    // The reader logs a debug line per rule; a command-line run shows them only
+    // when asked for through QT_LOGGING_RULES, which overrides this default.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
 
     QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString word = arguments.value(0);
