@@ -1,0 +1,119 @@
+#include "NVCQUIVENRuleClient.h"
+
+#include "NVCSettingsClient.h"
+#include "RulesetDaemons.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class RecordingListener : public NVCPolicyListener
+{
+public:
+    RecordingListener(QStringList *journal, const QString &name)
+        : m_journal(journal)
+        , m_name(name)
+    {}
+
+    void policyChangedWithWatchRules(const QList<WatchRulePtr> &watchRules,
+                                     const QList<PolicyRulePtr> &policyRules) override
+    {
+        m_journal->append(
+            QStringLiteral("%1:%2/%3").arg(m_name).arg(watchRules.size()).arg(policyRules.size()));
+    }
+
+private:
+    QStringList *m_journal;
+    QString m_name;
+};
+
+class RuleClient : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::policySaveNoAdminsKey), true}});
+        ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
+        connection = daemons.bus().connect(QStringLiteral("rule-client"));
+        client = std::make_unique<NVCQUIVENRuleClient>(connection, NVCNamespace(QString()));
+    }
+
+    // Saves one policy rule and one watch rule; the daemon then announces them.
+    bool save()
+    {
+        auto watch = std::make_shared<WatchRule>();
+        watch->path = QStringLiteral("/etc/");
+        watch->processName = QStringLiteral("any");
+        auto policy = std::make_shared<PolicyRule>();
+        policy->path = QStringLiteral("/home/ann/a");
+        policy->processName = QStringLiteral("any");
+        std::optional<QDBusError> answer;
+        client->setUserWatchRules({watch}, {policy}, {}, [&](const QDBusError &error) { answer = error; },
+                                  {});
+        return waitUntil([&] { return answer.has_value(); }) && !answer->isValid();
+    }
+
+    const QString protocol = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);
+    RulesetDaemons daemons;
+    QDBusConnection connection{QString()};
+    std::unique_ptr<NVCQUIVENRuleClient> client;
+};
+
+TEST_F(RuleClient, TwoListenersShareOneSubscriptionThatEndsWithTheLastListener)
+{
+    QStringList journal;
+    RecordingListener first(&journal, QStringLiteral("first"));
+    RecordingListener second(&journal, QStringLiteral("second"));
+    client->addPolicyListener(&first);
+    const std::optional<NVCListenerEndpoint> endpoint = client->endpointForProtocol(protocol);
+    client->addPolicyListener(&second);
+    ASSERT_TRUE(endpoint);
+    EXPECT_EQ(client->endpointForProtocol(protocol), endpoint);
+    ASSERT_TRUE(waitUntil([&] { return client->isSubscriptionAlive(protocol); }));
+
+    ASSERT_TRUE(save());
+    ASSERT_TRUE(waitUntil([&] { return journal.size() >= 2; }));
+    settle(200);
+    EXPECT_EQ(journal, (QStringList{"first:1/1", "second:1/1"}));
+
+    client->removePolicyListener(&first);
+    EXPECT_TRUE(client->endpointForProtocol(protocol));
+    client->removePolicyListener(&second);
+    EXPECT_FALSE(client->endpointForProtocol(protocol));
+    EXPECT_EQ(client->policyListenerCount(), 0);
+
+    journal.clear();
+    ASSERT_TRUE(save());
+    settle();
+    EXPECT_TRUE(journal.isEmpty());
+}
+
+TEST_F(RuleClient, ReadsTheUserRulesetAndSurvivesTheDaemonsTerminateEvent)
+{
+    ASSERT_TRUE(save());
+    QStringList paths;
+    client->getUserRuleset(
+        [&](const QList<WatchRulePtr> &watchRules, const QList<PolicyRulePtr> &policyRules) {
+            for (const auto &rule : watchRules)
+                paths << rule->path;
+            for (const auto &rule : policyRules)
+                paths << rule->path;
+        },
+        {});
+    ASSERT_TRUE(waitUntil([&] { return !paths.isEmpty(); }));
+    EXPECT_EQ(paths, (QStringList{"/etc/", "/home/ann/a"}));
+
+    // A stopping daemon tells terminate subscribers to go quiet; this client is not one of them.
+    daemons.filterd().terminate();
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    EXPECT_FALSE(client->serviceTerminated());
+    EXPECT_TRUE(save());
+}
+
+TEST_F(RuleClient, PromptNamesTheProduct)
+{
+    EXPECT_EQ(client->authorizationPrompt(),
+              QString::fromUtf8("Norvalis\u2122 QUIVEN wants to update your security policy"));
+}
+
+} // namespace

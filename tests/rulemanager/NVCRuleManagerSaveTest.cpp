@@ -1,0 +1,193 @@
+#include "NVCRuleManager.h"
+#include "NVCSettingsClient.h"
+#include "RulesetDaemons.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+
+namespace {
+
+PolicyRulePtr allowRule(const QString &path)
+{
+    auto rule = std::make_shared<PolicyRule>();
+    rule->policyClass = 0;
+    rule->policyType = 1;
+    rule->operations = 3;
+    rule->path = path;
+    rule->processName = QStringLiteral("/usr/bin/cat");
+    return rule;
+}
+
+bool holdsUserRule(const RuleManager &manager, const QString &path)
+{
+    for (const PolicyRulePtr &rule : manager.userPolicies())
+        if (rule->path == path)
+            return true;
+    return false;
+}
+
+struct Authorization
+{
+    QByteArray form;
+    OSStatus status = 1;
+    NVCQUIVENRuleClient::Release release;
+};
+
+class RuleManagerSave : public ::testing::Test
+{
+protected:
+    void start(const QString &authAnswer, bool noAdminsMaySave = false)
+    {
+        daemons->writeSystemFile(QStringLiteral("quiven.rc"),
+                                 "allow path \"/system/rule\" \"any\" r \"\" \"\" \"0\"\n");
+        daemons->writeSettings(
+            {{QString::fromLatin1(NVCSettingsClient::policySaveNoAdminsKey), noAdminsMaySave}});
+        ASSERT_TRUE(daemons->start(authAnswer)) << daemons->failureText().toStdString();
+        connection = daemons->bus().connect(QStringLiteral("rule-manager"));
+        manager = makeLoadedManager();
+        ASSERT_TRUE(manager);
+        manager->setLocalPolicyUpdateListener([this] { ++updates; });
+    }
+
+    std::unique_ptr<NVCRuleManager> makeLoadedManager()
+    {
+        auto made = std::make_unique<NVCRuleManager>(connection, NVCNamespace(QString()));
+        std::optional<bool> loaded;
+        made->loadSystemRuleSetWithCallback([&](bool ok) { loaded = ok; });
+        // The cached settings decide the no-administrator path.
+        if (!waitUntil([&] { return loaded && !made->settingsClient()->systemSettings().isEmpty(); }) ||
+            !waitUntil([&] { return made->quivenClient()->isSubscriptionAlive(policyChanged); }))
+            return nullptr;
+        return made;
+    }
+
+    Authorization authorize()
+    {
+        Authorization result;
+        manager->authorizeWithCallback(
+            [&](const QByteArray &form, OSStatus status, const NVCQUIVENRuleClient::Release &release) {
+                result = {form, status, release};
+            });
+        return result;
+    }
+
+    const QString policyChanged = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);
+    std::unique_ptr<RulesetDaemons> daemons = std::make_unique<RulesetDaemons>();
+    QDBusConnection connection{QString()};
+    std::unique_ptr<NVCRuleManager> manager;
+    int updates = 0;
+};
+
+TEST_F(RuleManagerSave, SavedRulesArePersistedAndEveryListenerSeesTheNewRuleset)
+{
+    start(QStringLiteral("grant"));
+    std::unique_ptr<NVCRuleManager> other = makeLoadedManager();
+    ASSERT_TRUE(other);
+    int otherUpdates = 0;
+    other->setLocalPolicyUpdateListener([&] { ++otherUpdates; });
+
+    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/saved")));
+    const Authorization authorization = authorize();
+    ASSERT_EQ(authorization.status, errAuthorizationSuccess);
+    EXPECT_EQ(authorization.form.size(), 32);
+    bool finalized = false;
+    manager->writeToCurrentUserConfigurationWithAuthForm(authorization.form, authorization.status,
+                                                         [&] { finalized = true; });
+    ASSERT_TRUE(waitUntil([&] { return finalized && updates == 1 && otherUpdates == 1; }))
+        << daemons->failureText().toStdString();
+    ASSERT_TRUE(authorization.release);
+    authorization.release();
+
+    EXPECT_TRUE(daemons->userFile().contains("/home/ann/saved"));
+    for (const NVCRuleManager *seen : {manager.get(), other.get()}) {
+        EXPECT_TRUE(holdsUserRule(*seen, QStringLiteral("/home/ann/saved")));
+        EXPECT_EQ(seen->userPolicies().size(), 1);
+        // The system rules are read again, not lost, when the daemon's ruleset is merged.
+        EXPECT_EQ(seen->compositeIndex().size(), 2);
+    }
+}
+
+TEST_F(RuleManagerSave, NonAdministratorSaveAsksForNoAuthorizationAndSendsNone)
+{
+    // Any question to the authority would be refused.
+    start(QStringLiteral("deny"), true);
+    const Authorization authorization = authorize();
+    EXPECT_EQ(authorization.status, errAuthorizationSuccess);
+    EXPECT_TRUE(authorization.form.isNull());
+    EXPECT_FALSE(authorization.release);
+
+    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/no-admin")));
+    bool finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef(authorization.form, authorization.status,
+                                                  [&] { finalized = true; });
+    ASSERT_TRUE(waitUntil([&] { return finalized && updates == 1; })) << daemons->failureText().toStdString();
+    EXPECT_TRUE(daemons->userFile().contains("/home/ann/no-admin"));
+    EXPECT_FALSE(daemons->authority().output().contains("Refused"));
+}
+
+TEST_F(RuleManagerSave, RefusedOrCancelledAuthorizationSendsNothing)
+{
+    const struct
+    {
+        QString answer;
+        OSStatus status;
+    } cases[] = {{QStringLiteral("deny"), errAuthorizationDenied},
+                 {QStringLiteral("cancel"), errAuthorizationCanceled}};
+    for (const auto &entry : cases) {
+        SCOPED_TRACE(entry.answer.toStdString());
+        manager.reset();
+        daemons.reset();
+        daemons = std::make_unique<RulesetDaemons>();
+        updates = 0;
+        start(entry.answer);
+        manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/refused")));
+        const Authorization authorization = authorize();
+        EXPECT_EQ(authorization.status, entry.status);
+        bool finalized = false;
+        manager->writeToCurrentUserConfigurationWithAuthForm(authorization.form, authorization.status,
+                                                             [&] { finalized = true; });
+        settle();
+        EXPECT_FALSE(finalized);
+        EXPECT_EQ(updates, 0);
+        EXPECT_FALSE(daemons->userFile().contains("/home/ann/refused"));
+    }
+}
+
+TEST_F(RuleManagerSave, DaemonRefusalRunsTheFinalizerAndChangesNothing)
+{
+    start(QStringLiteral("grant"));
+    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/forged")));
+    bool finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef(QByteArray(32, 'x'), errAuthorizationSuccess,
+                                                  [&] { finalized = true; });
+    ASSERT_TRUE(waitUntil([&] { return finalized; }));
+    settle();
+    EXPECT_EQ(updates, 0);
+    EXPECT_FALSE(daemons->userFile().contains("/home/ann/forged"));
+}
+
+TEST_F(RuleManagerSave, DaemonRestartDuringASaveLosesThatSaveButNotTheNextOne)
+{
+    start(QStringLiteral("grant"), true);
+    manager->quivenClient()->setRetryDelays(std::chrono::milliseconds(100), std::chrono::milliseconds(100));
+    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/restart")));
+
+    // The daemon takes the call but cannot answer it before it dies.
+    ::kill(pid_t(daemons->filterd().pid()), SIGSTOP);
+    bool lostFinalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { lostFinalized = true; });
+    settle(200);
+    daemons->filterd().kill9();
+    settle();
+    EXPECT_FALSE(lostFinalized);
+
+    ASSERT_TRUE(daemons->startFilterd()) << daemons->failureText().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return manager->quivenClient()->isSubscriptionAlive(policyChanged); }));
+    bool finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { finalized = true; });
+    ASSERT_TRUE(waitUntil([&] { return finalized && updates == 1; })) << daemons->failureText().toStdString();
+    EXPECT_FALSE(lostFinalized);
+    EXPECT_TRUE(daemons->userFile().contains("/home/ann/restart"));
+}
+
+} // namespace
