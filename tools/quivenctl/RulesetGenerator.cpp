@@ -176,7 +176,7 @@ QString operationLetters(Random &random)
 }
 
 // Paths carry the rule's index so that lines stay distinct and the reader
-// keeps every one of them; "any" is offered at most once per application.
+// keeps every one of them; "any" is offered only when `anyAllowed`.
 QString pathFor(Random &random, const QString &type, qsizetype index, bool anyAllowed)
 {
     if (anyAllowed && random.chance(0.05))
@@ -226,7 +226,7 @@ QByteArray generateRuleset(const RulesetGeneratorOptions &options)
     const Application sharedApplication{QStringLiteral("/usr/lib/firefox-esr/firefox-esr"),
                                         QStringLiteral("APPLE_PF_BINARY")};
     const qint64 baseTime = 1700000000;
-    QSet<qsizetype> applicationsWithAnyPath;
+    QSet<QString> groupsWithAnyPath;
 
     QString text;
     text.reserve(total * 130 + 512);
@@ -238,12 +238,15 @@ QByteArray generateRuleset(const RulesetGeneratorOptions &options)
     for (qsizetype i = 0; i < total; ++i) {
         // Spread the shared group's rules evenly through the file.
         const bool inSharedGroup = shared > 0 && (i + 1) * shared / total > i * shared / total;
-        const qsizetype applicationIndex = inSharedGroup ? -1 : zipfIndex(random, applications.size());
-        const Application &application = inSharedGroup ? sharedApplication : applications[applicationIndex];
+        const Application &application =
+            inSharedGroup ? sharedApplication : applications[zipfIndex(random, applications.size())];
+        // Applications such as "any via bash" share a group, so "any" is
+        // rationed per process text and constraint, not per application.
+        const QString groupKey = application.processName + QLatin1Char('\n') + application.constraint;
         const QString type = typeWord(random);
-        const QString path = pathFor(random, type, i, !applicationsWithAnyPath.contains(applicationIndex));
+        const QString path = pathFor(random, type, i, !groupsWithAnyPath.contains(groupKey));
         if (path == QLatin1String("any"))
-            applicationsWithAnyPath.insert(applicationIndex);
+            groupsWithAnyPath.insert(groupKey);
         const QString tag = QLatin1String(random.pick(kTags));
 
         if (!inSharedGroup && random.chance(0.03)) {
