@@ -317,10 +317,11 @@ bool NVCServiceClient::acceptCallFrom(const QString &sender, const NVCSubscripti
     for (Subscription &subscription : m_subscriptions) {
         if (subscription.listener != listener)
             continue;
-        // Only the daemon's current owner may call back; anyone else on the bus is refused.
-        const QString owner =
-            m_isEndpoint ? m_serviceName : m_bus.interface()->serviceOwner(m_serviceName).value();
-        if (sender != owner)
+        // Only the daemon that confirmed the subscription may call back. Its unique
+        // name is compared rather than asking the bus for the current owner: a
+        // daemon's last call (terminate) arrives after it has already left the bus.
+        const QString peer = m_isEndpoint ? m_serviceName : m_peerName;
+        if (peer.isEmpty() || sender != peer)
             return false;
         if (!subscription.accepted) {
             subscription.accepted = true;

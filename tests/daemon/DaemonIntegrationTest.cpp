@@ -115,6 +115,24 @@ TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilence
     EXPECT_EQ(statuses, std::vector<qint64>{0});
 }
 
+TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
+{
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
+    const NVCListenerEndpoint endpoint = *client.endpointForProtocol(protocol);
+
+    QDBusConnection impostor = bus.connect(QStringLiteral("impostor"));
+    // Asynchronous: the client answers from this thread's event loop.
+    QDBusPendingCall answer = impostor.asyncCall(QDBusMessage::createMethodCall(
+        endpoint.service, endpoint.path.path(), QStringLiteral("com.norvalis.") + protocol,
+        QStringLiteral("terminate")));
+    ASSERT_TRUE(waitUntil([&] { return answer.isFinished(); }));
+    EXPECT_EQ(answer.error().type(), QDBusError::AccessDenied);
+    waitUntil([] { return false; }, 200);
+    EXPECT_FALSE(client.serviceTerminated());
+}
+
 TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
 {
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
