@@ -1,5 +1,7 @@
 #include "NVCSettingsPrivilegedClient.h"
 
+#include "NVCAuthorization.h"
+#include "NVCAuthorizationHolder.h"
 #include "nrsettingsdAuthorizedProtocolProxy.h"
 
 #include <QLoggingCategory>
@@ -7,40 +9,63 @@
 Q_LOGGING_CATEGORY(lcSettingsPrivilegedClient, "com.norvalis.NVCSettingsPrivilegedClient")
 
 namespace {
-constexpr qsizetype kExternalFormSize = 32;
-constexpr quint64 kAuthorizationTypeWithRights = 1;
+// Type 1 is an authorization with the administrator right and our prompt.
+constexpr unsigned long kAuthorizationTypeWithRights = 1;
 } // namespace
-
-QVariantMap authorizationHolderArchive(const QByteArray &externalForm, const QString &localizedReason)
-{
-    QVariantMap reference;
-    reference.insert(QStringLiteral("AuthorizationRef"), externalForm);
-    reference.insert(QStringLiteral("WeakReferenceMode"), true);
-    reference.insert(QStringLiteral("LocalizedReason"), localizedReason);
-    return {{QStringLiteral("AuthorizationRefHolder"), reference}};
-}
 
 NVCSettingsPrivilegedClient::NVCSettingsPrivilegedClient(const QDBusConnection &bus,
                                                          const NVCNamespace &nameSpace, QObject *parent)
     : NVCSettingsClient(bus, nameSpace, parent)
+    , m_authorization(std::make_shared<NVCAuthorization>(this->bus()))
 {
     m_authorized =
         new ComNorvalisNrsettingsdAuthorizedProtocolInterface(serviceName(), objectPath(), this->bus(), this);
 }
 
-std::optional<QVariantMap>
-NVCSettingsPrivilegedClient::holderFor(const std::optional<QByteArray> &authReference) const
+NVCSettingsPrivilegedClient::~NVCSettingsPrivilegedClient() = default;
+
+void NVCSettingsPrivilegedClient::sendAuthorized(const std::optional<QByteArray> &authReference,
+                                                 const AuthorizedCall &call, ErrorReply callback)
 {
-    // Making an authorization here would need the prompt; callers pass the
-    // external form they already hold.
-    if (!authReference) {
-        qCWarning(lcSettingsPrivilegedClient, "Failed to get auth ref of type %llu",
-                  static_cast<unsigned long long>(kAuthorizationTypeWithRights));
-        return std::nullopt;
+    if (authReference) {
+        sendWithExternalForm(*authReference, call, std::move(callback));
+        return;
     }
-    if (authReference->size() != kExternalFormSize)
+    AuthorizationRef reference;
+    const OSStatus status = m_authorization->create(&reference, customizedAuthMessage);
+    std::optional<NVCAuthError> error;
+    const QByteArray externalForm = status == errAuthorizationSuccess
+                                        ? m_authorization->dataWithAuthorization(reference, &error)
+                                        : QByteArray();
+    if (status != errAuthorizationSuccess || error) {
+        // A cancelled or refused prompt ends the request quietly, as the user chose.
+        qCWarning(lcSettingsPrivilegedClient, "Failed to get auth ref of type %lu",
+                  kAuthorizationTypeWithRights);
+        m_authorization->destroy(&reference);
+        return;
+    }
+    sendWithExternalForm(externalForm, call,
+                         [utility = m_authorization, reference, callback](const QDBusError &answer) mutable {
+                             utility->destroy(&reference);
+                             if (callback)
+                                 callback(answer);
+                         });
+}
+
+void NVCSettingsPrivilegedClient::sendWithExternalForm(const QByteArray &externalForm,
+                                                       const AuthorizedCall &call, ErrorReply callback)
+{
+    std::optional<NVCAuthError> error;
+    const AuthorizationRef reference = m_authorization->authorizationWithData(externalForm, &error);
+    // The daemon refuses a holder without a reference; that refusal is the caller's answer.
+    if (!reference)
         qCCritical(lcSettingsPrivilegedClient, "Invalid authorization reference");
-    return authorizationHolderArchive(*authReference, customizedAuthMessage);
+    const QVariantMap holder =
+        NVCAuthorizationHolder::withAuthorization(reference, m_authorization, true)->archive();
+    if (connection())
+        send(call(holder), callback);
+    else if (callback)
+        callback(QDBusError(QDBusError::Disconnected, QStringLiteral("the client has been shut down")));
 }
 
 void NVCSettingsPrivilegedClient::send(const QDBusPendingCall &call, const ErrorReply &callback)
@@ -61,18 +86,24 @@ void NVCSettingsPrivilegedClient::setQUIVENSystemRuleSet(quint64 ruleSet,
                                                          const std::optional<QByteArray> &authReference,
                                                          ErrorReply callback)
 {
-    const auto holder = holderFor(authReference);
-    if (holder && connection())
-        send(m_authorized->setQUIVENSystemRuleSetWithAuthorization(*holder, ruleSet), callback);
+    sendAuthorized(
+        authReference,
+        [this, ruleSet](const QVariantMap &holder) {
+            return m_authorized->setQUIVENSystemRuleSetWithAuthorization(holder, ruleSet);
+        },
+        std::move(callback));
 }
 
 void NVCSettingsPrivilegedClient::setQUIVENLearningMode(bool enabled,
                                                         const std::optional<QByteArray> &authReference,
                                                         ErrorReply callback)
 {
-    const auto holder = holderFor(authReference);
-    if (holder && connection())
-        send(m_authorized->setQUIVENLearningModeWithAuthorization(*holder, enabled), callback);
+    sendAuthorized(
+        authReference,
+        [this, enabled](const QVariantMap &holder) {
+            return m_authorized->setQUIVENLearningModeWithAuthorization(holder, enabled);
+        },
+        std::move(callback));
 }
 
 void NVCSettingsPrivilegedClient::setQUIVENAdvancedMode(bool enabled, const QVariantMap &authorization,

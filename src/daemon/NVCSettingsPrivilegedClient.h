@@ -3,14 +3,11 @@
 #include "NVCSettingsClient.h"
 
 #include <QByteArray>
+#include <memory>
 #include <optional>
 
 class ComNorvalisNrsettingsdAuthorizedProtocolInterface;
-
-// Archived authorization holder in weak reference mode around an external
-// form: {"AuthorizationRefHolder": {"AuthorizationRef", "WeakReferenceMode",
-// "LocalizedReason"}}.
-QVariantMap authorizationHolderArchive(const QByteArray &externalForm, const QString &localizedReason);
+class NVCAuthorization;
 
 // Changes the filter settings under an administrator authorization.
 class NVCSettingsPrivilegedClient : public NVCSettingsClient
@@ -23,10 +20,18 @@ public:
     explicit NVCSettingsPrivilegedClient(const QDBusConnection &bus,
                                          const NVCNamespace &nameSpace = NVCNamespace::globalNamespace(),
                                          QObject *parent = nullptr);
+    ~NVCSettingsPrivilegedClient() override;
 
+    // Prompt shown when the client has to ask for an authorization itself.
     QString customizedAuthMessage;
 
-    // Without an external form nothing is sent and the callback is not called.
+    // Builds and frees the authorizations this client makes; it talks to the
+    // authority on the client's bus.
+    const std::shared_ptr<NVCAuthorization> &authorization() const { return m_authorization; }
+
+    // Without an external form the client asks the user for an authorization
+    // with customizedAuthMessage and frees it once the daemon has answered. If
+    // none is granted nothing is sent and the callback is not called.
     void setQUIVENSystemRuleSet(quint64 ruleSet, const std::optional<QByteArray> &authReference,
                                 ErrorReply callback);
     void setQUIVENLearningMode(bool enabled, const std::optional<QByteArray> &authReference,
@@ -35,8 +40,14 @@ public:
     void setQUIVENNonAdminCanSaveRules(bool enabled, const QVariantMap &authorization, ErrorReply callback);
 
 private:
-    std::optional<QVariantMap> holderFor(const std::optional<QByteArray> &authReference) const;
+    using AuthorizedCall = std::function<QDBusPendingCall(const QVariantMap &holderArchive)>;
+
+    void sendAuthorized(const std::optional<QByteArray> &authReference, const AuthorizedCall &call,
+                        ErrorReply callback);
+    void sendWithExternalForm(const QByteArray &externalForm, const AuthorizedCall &call,
+                              ErrorReply callback);
     void send(const QDBusPendingCall &call, const ErrorReply &callback);
 
     ComNorvalisNrsettingsdAuthorizedProtocolInterface *m_authorized = nullptr;
+    std::shared_ptr<NVCAuthorization> m_authorization;
 };
