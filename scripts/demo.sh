@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Loads the demo ruleset from a temporary root through quivenctl and prints a
-# readable summary: files read, options, system and user rules by application,
-# and warnings for invalid and redundant rules.
+# Starts the stand-in daemons on a private bus over a copy of the demo ruleset
+# (scripts/services.sh), shows what they hold through quivenctl: the system
+# settings, the filter's status and the user's ruleset it serves, and the
+# loaded demo ruleset with warnings for invalid and redundant rules. Stops
+# everything it started on exit, also when something fails.
 # usage: scripts/demo.sh BUILD_DIR
 set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
@@ -9,28 +11,48 @@ BUILD_DIR="${1:?usage: scripts/demo.sh BUILD_DIR}"
 QUIVENCTL="$BUILD_DIR/tools/quivenctl/quivenctl"
 [ -x "$QUIVENCTL" ] || { echo "demo: $QUIVENCTL is not built" >&2; exit 1; }
 
-DEMO_ROOT="$(mktemp -d "${TMPDIR:-/tmp}/quiven-demo.XXXXXX")"
-trap 'rm -rf "$DEMO_ROOT"' EXIT
-cp -R "$ROOT/demo/system" "$DEMO_ROOT/system"
-cp -R "$ROOT/demo/shared" "$DEMO_ROOT/shared"
-export QUIVEN_SYSTEM_RULES_DIR="$DEMO_ROOT/system/"
-export QUIVEN_SHARED_DIR="$DEMO_ROOT/shared/"
+# A state file of our own, so the demo never stops services someone else started.
+export QUIVEN_SERVICES_STATE="${XDG_RUNTIME_DIR:-/tmp}/quiven-demo-$$.state"
+WORK="$(mktemp -d "${TMPDIR:-/tmp}/quiven-demo.XXXXXX")"
+cleanup() {
+    [ ! -f "$QUIVEN_SERVICES_STATE" ] || "$ROOT/scripts/services.sh" stop || true
+    rm -rf "$WORK"
+}
+trap cleanup EXIT
+trap 'exit 1' INT TERM HUP
 
+exports="$("$ROOT/scripts/services.sh" start "$BUILD_DIR")"
+eval "$exports"
+
+export QT_LOGGING_RULES="${QT_LOGGING_RULES:-*.debug=false;*.info=false;*.warning=false}"
 status=0
-QT_LOGGING_RULES="${QT_LOGGING_RULES:-*.debug=false;*.warning=false}" \
-    "$QUIVENCTL" load >"$DEMO_ROOT/load.json" || status=$?
+"$QUIVENCTL" settings get >"$WORK/settings.json"
+"$QUIVENCTL" daemon status >"$WORK/status.json"
+"$QUIVENCTL" daemon rules >"$WORK/daemon-rules.json"
+# The ruleset as the configuration application loads it, once the tool can.
+commands="$("$QUIVENCTL" 2>&1 || true)"
+if grep -q '^ *quivenctl rules ' <<<"$commands"; then
+    "$QUIVENCTL" rules list >"$WORK/ruleset.json" || status=$?
+else
+    "$QUIVENCTL" load >"$WORK/ruleset.json" || status=$?
+fi
 if [ "$status" -gt 1 ]; then
-    echo "demo: quivenctl load failed with status $status" >&2
+    echo "demo: quivenctl failed with status $status" >&2
     exit "$status"
 fi
 
-python3 - "$DEMO_ROOT/load.json" "$DEMO_ROOT/" <<'PY'
+python3 - "$WORK" "$QUIVEN_SYSTEM_RULES_DIR" "$QUIVEN_SHARED_DIR" <<'PY'
 import json
+import os
 import sys
 from collections import OrderedDict
 
-report = json.load(open(sys.argv[1], encoding="utf-8"))
-root = sys.argv[2]
+work, system_dir, shared_dir = sys.argv[1:4]
+root = os.path.dirname(system_dir.rstrip("/")) + "/"
+
+def load(name):
+    with open(os.path.join(work, name), encoding="utf-8") as f:
+        return json.load(f)
 
 def short(path):
     return path[len(root):] if path.startswith(root) else path
@@ -52,44 +74,63 @@ def rule_line(rule):
 def by_application(rules):
     groups = OrderedDict()
     for rule in rules:
-        key = rule["name"] or "?"
-        if rule["kind"] == "policy" and rule["processName"] not in ("any",):
-            key = "%s  (%s)" % (rule["name"], rule["processName"])
+        key = rule.get("name") or "?"
+        if rule["kind"] == "policy" and rule.get("processName") not in (None, "any"):
+            key = "%s  (%s)" % (key, rule["processName"])
         groups.setdefault(key, []).append(rule)
     return groups
 
-print("QUIVEN demo ruleset")
-print("===================")
-print("Files read:")
-for f in report["files"]:
-    print("  %-4s %s%s" % ("ok" if f["ok"] else "FAIL", short(f["path"]),
-                          "" if f["ok"] else "  - " + (f["error"] or "")))
+def print_rules(rules, indent="  "):
+    for application, grouped in by_application(rules).items():
+        print("%s%s" % (indent, application))
+        for rule in grouped:
+            marks = ("  <- INVALID" if rule.get("valid") is False else "") + (
+                "  <- redundant" if rule.get("redundant") else "")
+            print("%s    %s%s" % (indent, rule_line(rule), marks))
 
-options = OrderedDict()
-for option in report["options"]:
-    options.setdefault(option["name"], option["value"])
-print("\nOptions in force:")
-for name, value in options.items():
-    print("  %-28s %d" % (name, value))
-if report["teamIDs"]:
+print("QUIVEN demo")
+print("===========")
+print("Temporary root: " + root)
+
+settings = load("settings.json")
+print("\nSettings daemon (system settings):")
+for key in sorted(settings):
+    print("  %-30s %s" % (key, json.dumps(settings[key])))
+
+print("\nFilter daemon status: %s" % load("status.json")["status"])
+
+held = load("daemon-rules.json")
+print("\nUser ruleset held by the filter daemon (%d watch, %d policy rules):"
+      % (len(held["watchRules"]), len(held["policyRules"])))
+print_rules(held["watchRules"] + held["policyRules"])
+
+report = load("ruleset.json")
+rows = report["rows"] if isinstance(report, dict) else report
+if isinstance(report, dict) and "files" in report:
+    print("\nFiles read:")
+    for f in report["files"]:
+        print("  %-4s %s%s" % ("ok" if f["ok"] else "FAIL", short(f["path"]),
+                              "" if f["ok"] else "  - " + (f["error"] or "")))
+if isinstance(report, dict) and "options" in report:
+    options = OrderedDict()
+    for option in report["options"]:
+        options.setdefault(option["name"], option["value"])
+    print("\nOptions in force:")
+    for name, value in options.items():
+        print("  %-28s %d" % (name, value))
+if isinstance(report, dict) and report.get("teamIDs"):
     print("\nTeam IDs trusted for home folders: " + ", ".join(report["teamIDs"]))
 
-rows = report["rows"]
 for title, system in (("System rules", True), ("User rules", False)):
-    selected = [r for r in rows if r["system"] == system]
+    selected = [r for r in rows if r.get("system") == system]
     print("\n%s (%d):" % (title, len(selected)))
-    for application, rules in by_application(selected).items():
-        print("  %s" % application)
-        for rule in rules:
-            marks = ("  <- INVALID" if not rule["valid"] else "") + (
-                "  <- redundant" if rule.get("redundant") else "")
-            print("      " + rule_line(rule) + marks)
+    print_rules(selected)
 
-warnings = [("invalid", r) for r in rows if not r["valid"]]
+warnings = [("invalid", r) for r in rows if r.get("valid") is False]
 warnings += [("redundant", r) for r in rows if r.get("redundant")]
 print("\nWarnings (%d):" % len(warnings))
 for what, rule in warnings:
-    origin = "system" if rule["system"] else "user"
+    origin = "system" if rule.get("system") else "user"
     print("  %s %s rule: %s" % (what, origin, rule["text"]))
 if not warnings:
     print("  none")
