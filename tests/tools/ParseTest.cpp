@@ -148,7 +148,7 @@ TEST_F(QuivenctlView, UserOnlyDropsSystemRules)
     EXPECT_TRUE(paths({"--system", "--user-only"}).isEmpty());
 }
 
-TEST_F(QuivenctlView, BadSortSpecificationsAreUsageErrors)
+TEST_F(QuivenctlView, BadSortKeysAreUsageErrors)
 {
     for (const char *sort : {"colour", "path:down", "path:desc:asc", "", "path,"}) {
         const QuivenctlRun run = runQuivenctl({"parse", "--sort", sort, file});

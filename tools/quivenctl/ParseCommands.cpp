@@ -2,7 +2,7 @@
 #include "CommandRegistry.h"
 #include "RuleManager.h"
 #include "RulesetReport.h"
-#include "SortSpecification.h"
+#include "SortKeys.h"
 
 namespace quivenctl {
 namespace {
@@ -38,7 +38,7 @@ int parse(const QStringList &arguments)
     std::optional<QList<RuleSortDescriptor>> descriptors;
     if (parser.isSet(QStringLiteral("sort"))) {
         QString error;
-        descriptors = parseSortSpecification(parser.value(QStringLiteral("sort")), &error);
+        descriptors = parseSortKeys(parser.value(QStringLiteral("sort")), &error);
         if (!descriptors)
             return usageError(error, kParseUsage);
     }

@@ -1,10 +1,10 @@
-#include "SortSpecification.h"
+#include "SortKeys.h"
 
 #include <QStringList>
 
 namespace quivenctl {
 
-std::optional<QList<RuleSortDescriptor>> parseSortSpecification(const QString &specification, QString *error)
+std::optional<QList<RuleSortDescriptor>> parseSortKeys(const QString &keys, QString *error)
 {
     static const QStringList textKeys{QStringLiteral("path"), QStringLiteral("processName"),
                                       QStringLiteral("processShortName"), QStringLiteral("tag"),
@@ -15,7 +15,7 @@ std::optional<QList<RuleSortDescriptor>> parseSortSpecification(const QString &s
                                         QStringLiteral("system")};
 
     QList<RuleSortDescriptor> descriptors;
-    for (const QString &item : specification.split(QLatin1Char(','))) {
+    for (const QString &item : keys.split(QLatin1Char(','))) {
         const QStringList parts = item.split(QLatin1Char(':'));
         RuleSortDescriptor descriptor;
         descriptor.key = parts.first();

@@ -9,6 +9,6 @@ namespace quivenctl {
 
 // Parses "KEY[:desc|:asc][,KEY...]" into sort descriptors; text keys compare
 // case-insensitively. Returns none and sets `error` on an unknown key or direction.
-std::optional<QList<RuleSortDescriptor>> parseSortSpecification(const QString &specification, QString *error);
+std::optional<QList<RuleSortDescriptor>> parseSortKeys(const QString &keys, QString *error);
 
 } // namespace quivenctl
