@@ -1,0 +1,270 @@
+#include "NVCPolicyQuery.h"
+#include "NVCUserPolicyResponse.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Builds the filter's access record field by field at its byte offsets.
+class AccessRecord
+{
+public:
+    AccessRecord() { bytes.fill('\0', NVCPolicyQuery::recordSize); }
+
+    template <typename T> AccessRecord &put(qsizetype offset, T value)
+    {
+        std::memcpy(bytes.data() + offset, &value, sizeof value);
+        return *this;
+    }
+    AccessRecord &putText(qsizetype offset, QByteArrayView text)
+    {
+        std::memcpy(bytes.data() + offset, text.data(), size_t(text.size()));
+        return *this;
+    }
+
+    QByteArray bytes;
+};
+
+AccessRecord typicalRecord()
+{
+    AccessRecord record;
+    record.put<quint32>(0, 4242)
+        .put<quint32>(4, 1)
+        .put<quint32>(8, 0x80000001u)
+        .put<quint64>(16, 7)
+        .put<quint32>(32, 2)
+        .putText(36, "/home/ana/Documents/tax.pdf")
+        .putText(1060, "/usr/bin/evince")
+        .putText(2084, "/usr/lib/systemd/systemd")
+        .putText(3108, QByteArray(20, char(0xab)))
+        .putText(3128, QByteArray(32, char(0xcd)))
+        .put<quint32>(3160, 3)
+        .put<quint32>(3168, 16)
+        .put<quint32>(3172, 0x2000)
+        .put<quint32>(3180, 1)
+        .put<quint32>(3184, 2)
+        .put<quint32>(3188, 1)
+        .putText(3192, "org.gnome.Evince")
+        .putText(3272, "signé par l'éditeur")
+        .put<quint64>(3400, 1700000000123ull);
+    return record;
+}
+
+NVCPolicyQuery typicalQuery()
+{
+    return *NVCPolicyQuery::withStruct(typicalRecord().bytes, QByteArray("icon"));
+}
+
+TEST(PolicyQueryRecord, EveryFieldIsTakenFromItsOffset)
+{
+    const std::optional<NVCPolicyQuery> query =
+        NVCPolicyQuery::withStruct(typicalRecord().bytes, QByteArray("icon"));
+    ASSERT_TRUE(query);
+    EXPECT_EQ(query->pid, 4242);
+    EXPECT_EQ(query->ppid, 1);
+    EXPECT_EQ(query->flags, 0x80000001u);
+    EXPECT_EQ(query->reputationDecision, 7u);
+    EXPECT_EQ(query->engineDecision, 2);
+    EXPECT_EQ(query->path, QStringLiteral("/home/ana/Documents/tax.pdf"));
+    EXPECT_EQ(query->processName, QStringLiteral("/usr/bin/evince"));
+    EXPECT_EQ(query->parentName, QStringLiteral("/usr/lib/systemd/systemd"));
+    EXPECT_EQ(query->sha1, QByteArray(20, char(0xab)));
+    EXPECT_EQ(query->sha256, QByteArray(32, char(0xcd)));
+    EXPECT_EQ(query->constraintType, 3u);
+    EXPECT_EQ(query->operation, 16);
+    EXPECT_EQ(query->codesignState, 0x2000u);
+    EXPECT_TRUE(query->csValid);
+    EXPECT_FALSE(query->csAdHoc) << "only 1 means yes";
+    EXPECT_TRUE(query->csPlatformBinary);
+    EXPECT_EQ(query->csIdentity, QStringLiteral("org.gnome.Evince"));
+    EXPECT_EQ(query->codesignInfo, QStringLiteral("signé par l'éditeur"));
+    EXPECT_EQ(query->deadline, 1700000000123ull);
+    EXPECT_EQ(query->iconData, QByteArray("icon"));
+    EXPECT_FALSE(query->uuid.isNull());
+    // An empty team identifier is an empty text, not an absent one.
+    EXPECT_FALSE(query->teamId.isNull());
+    EXPECT_TRUE(query->teamId.isEmpty());
+}
+
+TEST(PolicyQueryRecord, UnterminatedTextsStopAtTheirFieldAndShortBuffersAreRefused)
+{
+    AccessRecord record = typicalRecord();
+    record.putText(36, QByteArray(1024, 'p')).putText(3256, QByteArray(16, 'T'));
+    const std::optional<NVCPolicyQuery> query = NVCPolicyQuery::withStruct(record.bytes, {});
+    ASSERT_TRUE(query);
+    EXPECT_EQ(query->path, QString(1024, QLatin1Char('p')));
+    EXPECT_EQ(query->processName, QStringLiteral("/usr/bin/evince"));
+    EXPECT_EQ(query->teamId, QString(16, QLatin1Char('T')));
+    EXPECT_EQ(query->codesignInfo, QStringLiteral("signé par l'éditeur"));
+
+    EXPECT_FALSE(NVCPolicyQuery::withStruct(record.bytes.left(NVCPolicyQuery::recordSize - 1), {}));
+    EXPECT_FALSE(NVCPolicyQuery::withStruct(QByteArrayView(), {}));
+}
+
+TEST(PolicyQueryEquality, SameAccessAtAnotherTimeIsTheSameQuery)
+{
+    const NVCPolicyQuery first = typicalQuery();
+    NVCPolicyQuery later = typicalQuery();
+    later.deadline += 60;
+    later.iconData = QByteArray("other icon");
+    EXPECT_NE(first.uuid, later.uuid);
+    EXPECT_EQ(first, later);
+    EXPECT_EQ(first.hash(), later.hash());
+
+    const NVCPolicyQuery copy = first;
+    EXPECT_EQ(copy.uuid, first.uuid);
+    EXPECT_EQ(copy, first);
+}
+
+TEST(PolicyQueryEquality, AnyDecidingFieldMakesADifferentQuery)
+{
+    const std::vector<std::pair<const char *, std::function<void(NVCPolicyQuery &)>>> changes = {
+        {"pid", [](NVCPolicyQuery &q) { q.pid = 1; }},
+        {"ppid", [](NVCPolicyQuery &q) { q.ppid = 2; }},
+        {"flags", [](NVCPolicyQuery &q) { q.flags = 0; }},
+        {"operation", [](NVCPolicyQuery &q) { q.operation = 1; }},
+        {"constraintType", [](NVCPolicyQuery &q) { q.constraintType = 0; }},
+        {"codesignState", [](NVCPolicyQuery &q) { q.codesignState = 0; }},
+        {"csAdHoc", [](NVCPolicyQuery &q) { q.csAdHoc = true; }},
+        {"csValid", [](NVCPolicyQuery &q) { q.csValid = false; }},
+        {"csPlatformBinary", [](NVCPolicyQuery &q) { q.csPlatformBinary = false; }},
+        {"engineDecision", [](NVCPolicyQuery &q) { q.engineDecision = 0; }},
+        {"reputationDecision", [](NVCPolicyQuery &q) { q.reputationDecision = 8; }},
+        {"path", [](NVCPolicyQuery &q) { q.path = QStringLiteral("/tmp/x"); }},
+        {"processName", [](NVCPolicyQuery &q) { q.processName = QStringLiteral("/bin/sh"); }},
+        {"parentName", [](NVCPolicyQuery &q) { q.parentName = QString(); }},
+        {"codesignInfo", [](NVCPolicyQuery &q) { q.codesignInfo = QString(); }},
+        {"csIdentity", [](NVCPolicyQuery &q) { q.csIdentity = QStringLiteral("x"); }},
+        {"absent team", [](NVCPolicyQuery &q) { q.teamId = QString(); }},
+        {"sha1", [](NVCPolicyQuery &q) { q.sha1[0] = 0; }},
+        {"absent sha256", [](NVCPolicyQuery &q) { q.sha256 = QByteArray(); }},
+    };
+    const NVCPolicyQuery original = typicalQuery();
+    for (const auto &[name, change] : changes) {
+        NVCPolicyQuery changed = original;
+        change(changed);
+        EXPECT_FALSE(changed == original) << name;
+    }
+}
+
+TEST(PolicyQueryEquality, AbsentTextsMatchOnlyAbsentOnes)
+{
+    NVCPolicyQuery a;
+    NVCPolicyQuery b;
+    EXPECT_EQ(a, b) << "two blank queries describe the same (empty) access";
+    EXPECT_EQ(a.hash(), b.hash());
+    b.path = QStringLiteral("");
+    EXPECT_FALSE(a == b);
+}
+
+TEST(PolicyQueryText, DigestsAreLowerCaseHex)
+{
+    const NVCPolicyQuery query = typicalQuery();
+    EXPECT_EQ(query.sha1String(), QStringLiteral("ab").repeated(20));
+    EXPECT_EQ(query.sha256String(), QStringLiteral("cd").repeated(32));
+
+    NVCPolicyQuery blank;
+    EXPECT_EQ(blank.sha1String(), QStringLiteral("0").repeated(40)) << "no digest reads as zeros";
+}
+
+TEST(PolicyQueryText, DescriptionsCarryEveryField)
+{
+    const NVCPolicyQuery query = typicalQuery();
+    const QString text = query.description();
+    EXPECT_TRUE(text.startsWith(QStringLiteral("<NVCPolicyQuery UUID:") +
+                                query.uuid.toString(QUuid::WithoutBraces).toUpper() +
+                                QStringLiteral(" pid:4242 procName:/usr/bin/evince ppid:1 ")))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral(" csAdHoc:0 csIdentity:org.gnome.Evince csPlatformBinary:1 "
+                                             "csValid:1 flags:2147483649 sha1:<abababab abababab")));
+    EXPECT_TRUE(text.endsWith(QStringLiteral(" teamId: deadline:1700000000123>"))) << text.toStdString();
+
+    NVCUserPolicyResponse response;
+    response.decision = 1;
+    response.path = QStringLiteral("/tmp/a");
+    EXPECT_EQ(
+        response.description(),
+        QStringLiteral("<NVCUserPolicyResponse: decision: 1, duration: 0, path: /tmp/a, query UUID: (null), "
+                       "code:0, constraintType:0, operations:0, pathType:0, pid:0, process:0, "
+                       "userData:(null)"));
+}
+
+TEST(PolicyRecordCoding, QueryAndResponseSurviveTheirArchive)
+{
+    const NVCPolicyQuery query = typicalQuery();
+    QString error;
+    const std::optional<NVCPolicyQuery> decoded = NVCPolicyQuery::unarchive(query.archive(), &error);
+    ASSERT_TRUE(decoded) << error.toStdString();
+    EXPECT_EQ(*decoded, query);
+    EXPECT_EQ(decoded->uuid, query.uuid);
+    EXPECT_EQ(decoded->deadline, query.deadline);
+    EXPECT_EQ(decoded->iconData, query.iconData);
+    EXPECT_TRUE(decoded->teamId.isEmpty() && !decoded->teamId.isNull());
+
+    NVCUserPolicyResponse response;
+    response.duration = -1;
+    response.pathType = 0xfffffffeu;
+    response.pid = 4242;
+    response.path = QStringLiteral("/home/ana/");
+    response.query = query;
+    const std::optional<NVCUserPolicyResponse> back =
+        NVCUserPolicyResponse::unarchive(response.archive(), &error);
+    ASSERT_TRUE(back) << error.toStdString();
+    EXPECT_EQ(back->duration, -1);
+    EXPECT_EQ(back->pathType, 0xfffffffeu);
+    EXPECT_EQ(back->pid, 4242u);
+    EXPECT_EQ(back->path, response.path);
+    EXPECT_TRUE(back->userData.isNull());
+    ASSERT_TRUE(back->query);
+    EXPECT_EQ(back->query->uuid, query.uuid);
+}
+
+TEST(PolicyRecordCoding, ReputationDecisionComesBackThroughThirtyTwoBits)
+{
+    const std::vector<std::pair<quint64, quint64>> cases = {
+        {0, 0},
+        {0x7fffffffull, 0x7fffffffull},
+        {0xffffffffffffffffull, 0xffffffffffffffffull}, // -1 keeps its sign
+        {0x80000000ull, 0xffffffff80000000ull},
+        {0x100000005ull, 5},
+    };
+    for (const auto &[written, read] : cases) {
+        NVCPolicyQuery query;
+        query.reputationDecision = written;
+        const auto decoded = NVCPolicyQuery::unarchive(query.archive(), nullptr);
+        ASSERT_TRUE(decoded);
+        EXPECT_EQ(decoded->reputationDecision, read) << written;
+    }
+}
+
+TEST(PolicyRecordCoding, WrongValueTypesAreRefusedWithTheKey)
+{
+    const QVariantMap good = typicalQuery().archive();
+    const std::vector<std::pair<QString, QVariant>> bad = {
+        {QStringLiteral("pid"), QStringLiteral("4242")},
+        {QStringLiteral("flags"), qint32(1)},
+        {QStringLiteral("csValid"), 1},
+        {QStringLiteral("sha1"), QStringLiteral("abab")},
+        {QStringLiteral("deadline"), qint32(1)},
+        {QStringLiteral("uuid"), QStringLiteral("not-a-uuid")},
+    };
+    for (const auto &[key, value] : bad) {
+        QVariantMap archive = good;
+        archive.insert(key, value);
+        QString error;
+        EXPECT_FALSE(NVCPolicyQuery::unarchive(archive, &error)) << key.toStdString();
+        EXPECT_TRUE(error.contains(key)) << error.toStdString();
+    }
+
+    NVCUserPolicyResponse response;
+    QVariantMap archive = response.archive();
+    archive.insert(QStringLiteral("query"), QVariantMap{{QStringLiteral("pid"), 1.5}});
+    QString error;
+    EXPECT_FALSE(NVCUserPolicyResponse::unarchive(archive, &error));
+    EXPECT_TRUE(error.contains(QStringLiteral("\"pid\""))) << error.toStdString();
+    archive.insert(QStringLiteral("query"), QStringLiteral("query"));
+    EXPECT_FALSE(NVCUserPolicyResponse::unarchive(archive, &error));
+}
+
+} // namespace
