@@ -1,0 +1,161 @@
+#include "BuildPaths.h"
+#include "NVCAuthorityVerifier.h"
+#include "NVCAuthorizationHolder.h"
+#include "NVCSettingsPrivilegedClient.h"
+#include "PrivateSystemBus.h"
+#include "ServiceStack.h"
+#include "StandInProcess.h"
+
+#include <QCoreApplication>
+#include <QDBusContext>
+#include <QDeadlineTimer>
+#include <gtest/gtest.h>
+
+namespace {
+
+bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 10000)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+void processEventsFor(int milliseconds)
+{
+    waitUntil([] { return false; }, milliseconds);
+}
+
+// Stands in for the settings daemon's authorized interface: records each
+// authorization it gets and whether the authority still honoured it then.
+class RecordingSettingsDaemon : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.norvalis.nrsettingsdAuthorizedProtocol")
+public:
+    explicit RecordingSettingsDaemon(const QDBusConnection &bus)
+        : m_verifier(bus)
+    {}
+
+    bool refuse = false;
+    QList<QByteArray> tokens;
+    QList<bool> grantedWhileHandled;
+    QList<bool> values;
+
+public Q_SLOTS:
+    void setQUIVENLearningModeWithAuthorization(const QVariantMap &authorization, bool enabled)
+    {
+        const QByteArray token = externalFormFromHolderArchive(authorization);
+        tokens << token;
+        grantedWhileHandled << m_verifier.verify(token).granted();
+        values << enabled;
+        if (refuse)
+            sendErrorReply(QStringLiteral("com.norvalis.Error.NotAuthorized"),
+                           QStringLiteral("refused by the test"));
+    }
+
+private:
+    NVCAuthorityVerifier m_verifier;
+};
+
+// A private bus with the development authority and the recording daemon.
+class PrivilegedClientWithoutForm : public ::testing::Test
+{
+protected:
+    void start(const QString &authorityAnswer)
+    {
+        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QUIVEN_DEV_AUTH"), authorityAnswer);
+        authority = std::make_unique<StandInProcess>(
+            quiven::test::builtBinary(QStringLiteral("services/authority/quiven-authd")),
+            QStringList{QStringLiteral("--dev-backend")}, environment);
+        ASSERT_TRUE(authority->start(bus, QStringLiteral("com.norvalis.nrauthd")))
+            << authority->output().data();
+
+        QDBusConnection daemonBus = bus.connect(QStringLiteral("recording-settingsd"));
+        daemon = std::make_unique<RecordingSettingsDaemon>(daemonBus);
+        ASSERT_TRUE(daemonBus.registerObject(QStringLiteral("/com/norvalis/nrsettingsd"), daemon.get(),
+                                             QDBusConnection::ExportAllSlots));
+        ASSERT_TRUE(daemonBus.registerService(QStringLiteral("com.norvalis.nrsettingsd")));
+
+        client = std::make_unique<NVCSettingsPrivilegedClient>(bus.connect(QStringLiteral("client")),
+                                                               NVCNamespace(QString()));
+        client->customizedAuthMessage = QStringLiteral("Tests want to make changes.");
+    }
+
+    PrivateSystemBus bus;
+    std::unique_ptr<StandInProcess> authority;
+    std::unique_ptr<RecordingSettingsDaemon> daemon;
+    std::unique_ptr<NVCSettingsPrivilegedClient> client;
+};
+
+TEST_F(PrivilegedClientWithoutForm, TheAuthorizationLivesExactlyUntilTheDaemonHasAnswered)
+{
+    start(QStringLiteral("grant"));
+    const NVCAuthorityVerifier verifier(bus.connect(QStringLiteral("checker")));
+    for (const bool refuse : {false, true}) {
+        SCOPED_TRACE(refuse ? "daemon refuses" : "daemon accepts");
+        daemon->refuse = refuse;
+        daemon->tokens.clear();
+        daemon->grantedWhileHandled.clear();
+        std::vector<QDBusError> answers;
+        std::vector<bool> tokenValidInCallback;
+        client->setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &error) {
+            answers.push_back(error);
+            tokenValidInCallback.push_back(verifier.verify(daemon->tokens.value(0)).granted());
+        });
+        ASSERT_TRUE(waitUntil([&] { return !answers.empty(); }));
+        processEventsFor(200);
+
+        ASSERT_EQ(answers.size(), 1u);
+        EXPECT_EQ(answers.front().isValid(), refuse) << answers.front().message().toStdString();
+        ASSERT_EQ(daemon->tokens.size(), 1);
+        EXPECT_EQ(daemon->tokens.first().size(), 32);
+        EXPECT_TRUE(daemon->grantedWhileHandled.first());
+        // Freed before the caller hears back, so the caller can never reuse it.
+        EXPECT_FALSE(tokenValidInCallback.front());
+        EXPECT_FALSE(verifier.verify(daemon->tokens.first()).granted());
+    }
+    EXPECT_EQ(daemon->values, (QList<bool>{true, true}));
+}
+
+class RefusedPrompt : public PrivilegedClientWithoutForm, public ::testing::WithParamInterface<const char *>
+{};
+
+TEST_P(RefusedPrompt, SendsNothingAndNeverCallsBack)
+{
+    start(QString::fromLatin1(GetParam()));
+    int callbacks = 0;
+    client->setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &) { ++callbacks; });
+    processEventsFor(500);
+    EXPECT_EQ(callbacks, 0);
+    EXPECT_TRUE(daemon->tokens.isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Answers, RefusedPrompt, ::testing::Values("cancel", "deny"));
+
+TEST(PrivilegedClientOnTheStandIns, AChangeWithoutAFormIsMadeByTheSettingsDaemon)
+{
+    ServiceStack services(QStringLiteral("grant"));
+    ASSERT_TRUE(services.startError().isEmpty()) << services.startError().toStdString();
+    NVCSettingsPrivilegedClient client(services.bus().connect(QStringLiteral("client")),
+                                       NVCNamespace(QString()));
+    std::optional<QDBusError> answer;
+    client.setQUIVENSystemRuleSet(2, std::nullopt, [&](const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
+
+    std::optional<QVariantMap> settings;
+    client.getSystemSettingsWithReply(
+        [&](const QVariantMap &received, const QDBusError &) { settings = received; });
+    ASSERT_TRUE(waitUntil([&] { return settings.has_value(); }));
+    EXPECT_EQ(settings->value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
+}
+
+} // namespace
+
+#include "PrivilegedClientTest.moc"

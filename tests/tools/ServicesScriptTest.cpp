@@ -1,0 +1,192 @@
+#include "BuildPaths.h"
+#include "QuivenctlRunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using quiven::test::sourceFile;
+
+namespace {
+
+struct ScriptRun
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// A process counts as gone once it has exited, even while nobody reaps it.
+bool running(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray line = stat.readAll();
+    return line.mid(line.lastIndexOf(')') + 2, 1) != "Z";
+}
+
+// Live processes whose command line mentions `text`.
+QList<qint64> livingProcessesMentioning(const QString &text)
+{
+    QList<qint64> found;
+    for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        bool isPid = false;
+        const qint64 pid = entry.toLongLong(&isPid);
+        QFile cmdline(QStringLiteral("/proc/%1/cmdline").arg(entry));
+        if (isPid && cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().contains(text.toUtf8()) &&
+            running(pid))
+            found << pid;
+    }
+    return found;
+}
+
+// scripts/services.sh with its state file and temporary roots in a folder of its own.
+class ServicesScript : public ::testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        if (QFile::exists(stateFile()))
+            script({QStringLiteral("stop")});
+    }
+
+    ScriptRun script(const QStringList &arguments, const QString &authorityAnswer = QStringLiteral("grant"))
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"));
+        environment.insert(QStringLiteral("QUIVEN_SERVICES_STATE"), stateFile());
+        environment.insert(QStringLiteral("TMPDIR"), roots());
+        environment.insert(QStringLiteral("QUIVEN_DEV_AUTH"), authorityAnswer);
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral("bash"),
+                      QStringList{sourceFile(QStringLiteral("scripts/services.sh"))} + arguments);
+        ScriptRun run;
+        if (!process.waitForFinished(60000)) {
+            ADD_FAILURE() << "services.sh did not finish";
+            process.kill();
+            process.waitForFinished();
+            return run;
+        }
+        run.exitCode = process.exitCode();
+        run.out = process.readAllStandardOutput();
+        run.err = process.readAllStandardError();
+        return run;
+    }
+
+    ScriptRun start(const QString &authorityAnswer = QStringLiteral("grant"))
+    {
+        return script({QStringLiteral("start"), QStringLiteral(QUIVEN_BINARY_DIR)}, authorityAnswer);
+    }
+
+    QString stateFile() const { return m_folder.filePath(QStringLiteral("services.state")); }
+    QString roots() const
+    {
+        QDir().mkpath(m_folder.filePath(QStringLiteral("roots")));
+        return m_folder.filePath(QStringLiteral("roots"));
+    }
+    QStringList rootsLeft() const { return QDir(roots()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot); }
+
+    // The pids the state file lists, in start order.
+    QList<qint64> recordedPids() const
+    {
+        QFile state(stateFile());
+        QList<qint64> pids;
+        if (!state.open(QIODevice::ReadOnly))
+            return pids;
+        for (const QByteArray &line : state.readAll().split('\n'))
+            if (line.startsWith("pid "))
+                pids << line.split(' ').value(1).toLongLong();
+        return pids;
+    }
+
+    QTemporaryDir m_folder;
+};
+
+QMap<QString, QString> exportsOf(const QByteArray &output)
+{
+    static const QRegularExpression exportLine(QStringLiteral("^export ([A-Z_]+)=(\\S+)$"),
+                                               QRegularExpression::MultilineOption);
+    QMap<QString, QString> exports;
+    for (const auto &match : exportLine.globalMatch(QString::fromUtf8(output)))
+        exports.insert(match.captured(1), match.captured(2));
+    return exports;
+}
+
+TEST_F(ServicesScript, StartRunsTheDaemonsAndStopLeavesNothingBehind)
+{
+    const ScriptRun started = start();
+    ASSERT_EQ(started.exitCode, 0) << started.err.toStdString();
+    const QMap<QString, QString> exports = exportsOf(started.out);
+    ASSERT_EQ(exports.keys(),
+              (QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("QUIVEN_AUTHD_PID"),
+                           QStringLiteral("QUIVEN_FILTERD_PID"), QStringLiteral("QUIVEN_SETTINGSD_PID"),
+                           QStringLiteral("QUIVEN_SHARED_DIR"), QStringLiteral("QUIVEN_SYSTEM_RULES_DIR")}))
+        << started.out.toStdString();
+    const QList<qint64> pids = recordedPids();
+    ASSERT_EQ(pids.size(), 4);
+    for (const char *daemon : {"QUIVEN_AUTHD_PID", "QUIVEN_SETTINGSD_PID", "QUIVEN_FILTERD_PID"})
+        EXPECT_TRUE(pids.contains(exports.value(QString::fromLatin1(daemon)).toLongLong())) << daemon;
+    for (const qint64 pid : pids)
+        EXPECT_TRUE(running(pid)) << pid;
+    ASSERT_EQ(rootsLeft().size(), 1);
+    EXPECT_TRUE(QFile::exists(exports.value(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR")) +
+                              QStringLiteral("quiven.rc")));
+    EXPECT_TRUE(QFile::exists(exports.value(QStringLiteral("QUIVEN_SHARED_DIR")) +
+                              QStringLiteral("local.quiven.rc")));
+
+    // The exported environment is all a client needs.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (auto it = exports.begin(); it != exports.end(); ++it)
+        environment.insert(it.key(), it.value());
+    const QuivenctlRun status =
+        runQuivenctl({QStringLiteral("daemon"), QStringLiteral("status")}, {}, environment);
+    EXPECT_EQ(status.exitCode, 0) << status.err.toStdString();
+    const QuivenctlRun change = runQuivenctl(
+        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("learning"), QStringLiteral("on")},
+        {}, environment);
+    EXPECT_EQ(change.exitCode, 0) << change.err.toStdString();
+
+    // A second start must not take over, nor disturb, the running set.
+    const ScriptRun again = start();
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_TRUE(exportsOf(again.out).isEmpty());
+    EXPECT_EQ(recordedPids(), pids);
+    for (const qint64 pid : pids)
+        EXPECT_TRUE(running(pid)) << pid;
+
+    const ScriptRun stopped = script({QStringLiteral("stop")});
+    EXPECT_EQ(stopped.exitCode, 0) << stopped.err.toStdString();
+    for (const qint64 pid : pids)
+        EXPECT_FALSE(running(pid)) << pid;
+    EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
+    EXPECT_FALSE(QFile::exists(stateFile()));
+
+    EXPECT_EQ(script({QStringLiteral("stop")}).exitCode, 0);
+}
+
+TEST_F(ServicesScript, AFailedStartTakesDownWhatItHadStarted)
+{
+    // The authority refuses to run with an answer it does not know, after the bus is up.
+    const ScriptRun started = start(QStringLiteral("sometimes"));
+    EXPECT_NE(started.exitCode, 0);
+    EXPECT_TRUE(exportsOf(started.out).isEmpty()) << started.out.toStdString();
+    EXPECT_TRUE(started.err.contains("nrauthd")) << started.err.toStdString();
+    EXPECT_FALSE(QFile::exists(stateFile()));
+    EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
+    EXPECT_TRUE(livingProcessesMentioning(roots()).isEmpty());
+}
+
+TEST_F(ServicesScript, UsageErrorsExitTwo)
+{
+    for (const QStringList &arguments :
+         {QStringList{}, QStringList{QStringLiteral("start")}, QStringList{QStringLiteral("restart")}})
+        EXPECT_EQ(script(arguments).exitCode, 2) << arguments.join(u' ').toStdString();
+    EXPECT_TRUE(rootsLeft().isEmpty());
+}
+
+} // namespace
