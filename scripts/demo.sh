@@ -29,12 +29,12 @@ status=0
 "$QUIVENCTL" settings get >"$WORK/settings.json"
 "$QUIVENCTL" daemon status >"$WORK/status.json"
 "$QUIVENCTL" daemon rules >"$WORK/daemon-rules.json"
-# The ruleset as the configuration application loads it, once the tool can.
+"$QUIVENCTL" load >"$WORK/load.json" || status=$?
+# The rules as the configuration application loads them through the daemons,
+# when this build of the tool can.
 commands="$("$QUIVENCTL" 2>&1 || true)"
-if grep -q '^ *quivenctl rules ' <<<"$commands"; then
-    "$QUIVENCTL" rules list >"$WORK/ruleset.json" || status=$?
-else
-    "$QUIVENCTL" load >"$WORK/ruleset.json" || status=$?
+if grep -q '^ *quivenctl rules list' <<<"$commands"; then
+    "$QUIVENCTL" rules list >"$WORK/rules.json" || status=$?
 fi
 if [ "$status" -gt 1 ]; then
     echo "demo: quivenctl failed with status $status" >&2
@@ -104,23 +104,28 @@ print("\nUser ruleset held by the filter daemon (%d watch, %d policy rules):"
       % (len(held["watchRules"]), len(held["policyRules"])))
 print_rules(held["watchRules"] + held["policyRules"])
 
-report = load("ruleset.json")
-rows = report["rows"] if isinstance(report, dict) else report
-if isinstance(report, dict) and "files" in report:
+report = load("load.json")
+rows = report["rows"]
+through_daemons = os.path.exists(os.path.join(work, "rules.json"))
+if through_daemons:
+    rows = load("rules.json")["rules"]
+if "files" in report:
     print("\nFiles read:")
     for f in report["files"]:
         print("  %-4s %s%s" % ("ok" if f["ok"] else "FAIL", short(f["path"]),
                               "" if f["ok"] else "  - " + (f["error"] or "")))
-if isinstance(report, dict) and "options" in report:
+if "options" in report:
     options = OrderedDict()
     for option in report["options"]:
         options.setdefault(option["name"], option["value"])
     print("\nOptions in force:")
     for name, value in options.items():
         print("  %-28s %d" % (name, value))
-if isinstance(report, dict) and report.get("teamIDs"):
+if report.get("teamIDs"):
     print("\nTeam IDs trusted for home folders: " + ", ".join(report["teamIDs"]))
 
+if through_daemons:
+    print("\nRules as the configuration application loads them through the daemons:")
 for title, system in (("System rules", True), ("User rules", False)):
     selected = [r for r in rows if r.get("system") == system]
     print("\n%s (%d):" % (title, len(selected)))
