@@ -33,6 +33,9 @@ struct ReadState
     {
         QString key;
         bool indexed = false; // its members before this read are in `duplicates`
+        // Rules of this read, appended to the store's list once at the end: one
+        // lookup of the long key per group instead of one per rule.
+        QList<PolicyRulePtr> added;
     };
 
     StringPool strings;
@@ -53,7 +56,7 @@ struct ReadState
         int slot = groupByKey.value(key, -1);
         if (slot < 0) {
             slot = int(groups.size());
-            groups.push_back(Group{key, false});
+            groups.push_back(Group{key, false, {}});
             groupByKey.insert(key, slot);
         }
         groupByText.insert(textKey, slot);
@@ -84,6 +87,23 @@ bool mergeIntoFailsafeGroup(QList<PolicyRulePtr> &group, PolicyRule &rule)
         }
     }
     return duplicate;
+}
+
+// Moves the rules batched per group into the store, in reading order. Lists are
+// trimmed: growth slack adds up over many rules.
+void appendReadRules(QHash<QString, QList<PolicyRulePtr>> &store, ReadState &state)
+{
+    for (ReadState::Group &group : state.groups) {
+        if (group.added.isEmpty())
+            continue;
+        QList<PolicyRulePtr> &members = store[group.key];
+        if (members.isEmpty())
+            members = std::move(group.added);
+        else
+            members.append(group.added);
+        members.squeeze();
+        group.added = {};
+    }
 }
 
 } // namespace
@@ -188,6 +208,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
                         .arg(path)
                         .arg(currentLine);
                 qCWarning(lcRuleManagement, "%s", qUtf8Printable(m_lastErrorMessage));
+                appendReadRules(m_policyRulesByApplication, state);
                 if (storeChanged)
                     invalidateRedundancyIndex();
                 return false;
@@ -225,7 +246,6 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             rule->created = RuleText::leadingInteger(token(7));
 
         ReadState::Group &group = state.groupFor(*rule);
-        QList<PolicyRulePtr> &members = m_policyRulesByApplication[group.key];
         qCDebug(lcRuleManagement,
                 "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
                 "application directory for '%s'",
@@ -234,25 +254,28 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
                 qUtf8Printable(rule->constraint), qUtf8Printable(group.key));
 
         if (isFailsafe) {
+            // Merging compares with the whole group, so these rules go straight into the store.
             storeChanged = true; // a merge may rewrite stored paths
-            if (mergeIntoFailsafeGroup(members, *rule))
-                continue;
-        } else {
-            if (!group.indexed) {
-                for (const PolicyRulePtr &member : std::as_const(members))
-                    state.duplicates.insert(*member);
-                group.indexed = true;
-            }
-            if (state.duplicates.containsEqual(*rule))
-                continue;
-            state.duplicates.insert(*rule);
+            QList<PolicyRulePtr> &members = m_policyRulesByApplication[group.key];
+            if (!mergeIntoFailsafeGroup(members, *rule))
+                members.append(std::move(rule));
+            continue;
         }
-        members.append(std::move(rule));
+        if (!group.indexed) {
+            const auto stored = m_policyRulesByApplication.constFind(group.key);
+            if (stored != m_policyRulesByApplication.cend()) {
+                for (const PolicyRulePtr &member : *stored)
+                    state.duplicates.insert(*member);
+            }
+            group.indexed = true;
+        }
+        if (state.duplicates.containsEqual(*rule))
+            continue;
+        state.duplicates.insert(*rule);
+        group.added.append(std::move(rule));
         storeChanged = true;
     }
-    // Growth slack of the lists adds up over many rules.
-    for (const ReadState::Group &group : state.groups)
-        m_policyRulesByApplication[group.key].squeeze();
+    appendReadRules(m_policyRulesByApplication, state);
     if (storeChanged)
         invalidateRedundancyIndex();
     return true;
