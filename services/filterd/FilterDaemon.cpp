@@ -4,6 +4,7 @@
 #include "NVCQUIVENDaemonProtocolAdaptor.h"
 #include "NVCQUIVENDaemonRuleProtocolAdaptor.h"
 #include "NVCServiceClientSubscriptionProtocolAdaptor.h"
+#include "NVCUserPolicyResponse.h"
 #include "ProductFolders.h"
 #include "RuleCoding.h"
 #include "RuleManager.h"
@@ -13,6 +14,7 @@
 #include <QDBusReply>
 #include <QFile>
 #include <QLoggingCategory>
+#include <algorithm>
 
 Q_LOGGING_CATEGORY(lcFilterDaemon, "com.norvalis.FilterDaemon")
 
@@ -40,6 +42,10 @@ FilterDaemon::FilterDaemon(const QDBusConnection &bus, std::unique_ptr<Privilege
     , m_userRuleset(quiven::filterd::readUserRuleset(ProductFolders::localUserFile()))
 {
     quiven::dbus::registerTypes();
+    m_subscriberWatcher.setConnection(m_bus);
+    m_subscriberWatcher.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    connect(&m_subscriberWatcher, &QDBusServiceWatcher::serviceUnregistered, this,
+            &FilterDaemon::dropSubscriber);
     new NVCQUIVENDaemonProtocolAdaptor(this);
     new NVCQUIVENDaemonRuleProtocolAdaptor(this);
     new NVCServiceClientSubscriptionProtocolAdaptor(this);
@@ -154,9 +160,21 @@ void FilterDaemon::setUserWatchRules(const QList<QVariantMap> &watchRules,
                        QVariant::fromValue(quiven::dbus::archivePolicyRules(ruleset.policyRules))});
 }
 
-void FilterDaemon::createOverrideRuleWith(const QVariantMap &, const QVariantMap &, const QByteArray &)
+void FilterDaemon::createOverrideRuleWith(const QVariantMap &response, const QVariantMap &query,
+                                          const QByteArray &)
 {
-    qCInfo(lcFilterDaemon, "override rules are not kept by this daemon");
+    QString error;
+    const auto decodedResponse = NVCUserPolicyResponse::unarchive(response, &error);
+    const auto decodedQuery = decodedResponse ? NVCPolicyQuery::unarchive(query, &error) : std::nullopt;
+    if (!decodedQuery) {
+        qCWarning(lcFilterDaemon, "override rule refused: %s", qUtf8Printable(error));
+        // Callers normally send this without waiting; one that waits learns why.
+        if (message().isReplyRequired())
+            sendErrorReply(QString::fromLatin1(quiven::dbus::kInvalidArgumentError), error);
+        return;
+    }
+    qCInfo(lcFilterDaemon, "override rules are not kept by this daemon: %s",
+           qUtf8Printable(decodedResponse->description()));
 }
 
 bool FilterDaemon::subscribeToChangesWithProtocol(const QString &protocolName,
@@ -167,6 +185,12 @@ bool FilterDaemon::subscribeToChangesWithProtocol(const QString &protocolName,
         return false;
     if (!m_subscribers.contains(protocolName, endpoint))
         m_subscribers.insert(protocolName, endpoint);
+    if (!m_subscriberWatcher.watchedServices().contains(endpoint.service)) {
+        m_subscriberWatcher.addWatchedService(endpoint.service);
+        // It may have gone before the watch was in place.
+        if (!m_bus.interface()->isServiceRegistered(endpoint.service).value())
+            dropSubscriber(endpoint.service);
+    }
     qCInfo(lcFilterDaemon, "%s subscribed to %s at %s", qUtf8Printable(endpoint.service),
            qUtf8Printable(protocolName), qUtf8Printable(endpoint.path.path()));
     return true;
@@ -175,6 +199,26 @@ bool FilterDaemon::subscribeToChangesWithProtocol(const QString &protocolName,
 void FilterDaemon::unsubscribeEndpoint(const NVCListenerEndpoint &endpoint, const QString &protocolName)
 {
     m_subscribers.remove(protocolName, endpoint);
+    const QList<NVCListenerEndpoint> remaining = m_subscribers.values();
+    if (std::none_of(remaining.begin(), remaining.end(),
+                     [&](const NVCListenerEndpoint &other) { return other.service == endpoint.service; }))
+        m_subscriberWatcher.removeWatchedService(endpoint.service);
+}
+
+void FilterDaemon::dropSubscriber(const QString &uniqueName)
+{
+    m_subscriberWatcher.removeWatchedService(uniqueName);
+    qsizetype dropped = 0;
+    for (auto it = m_subscribers.begin(); it != m_subscribers.end();) {
+        if (it.value().service == uniqueName) {
+            it = m_subscribers.erase(it);
+            ++dropped;
+        } else {
+            ++it;
+        }
+    }
+    qCInfo(lcFilterDaemon, "%s left the bus; dropped %lld subscriptions", qUtf8Printable(uniqueName),
+           static_cast<long long>(dropped));
 }
 
 void FilterDaemon::notifySubscribers(const QString &protocolName, const QString &member,

@@ -6,6 +6,7 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusServiceWatcher>
 #include <QObject>
 #include <memory>
 
@@ -41,6 +42,8 @@ public Q_SLOTS:
 
 private:
     QVariantMap systemSettings();
+    // A subscriber's process left the bus: its call-back objects are gone with it.
+    void dropSubscriber(const QString &uniqueName);
     void notifySubscribers(const QString &protocolName, const QString &member, const QVariantList &arguments);
 
     QDBusConnection m_bus;
@@ -48,4 +51,5 @@ private:
     bool m_enabled = true;
     quiven::filterd::UserRuleset m_userRuleset;
     QMultiHash<QString, NVCListenerEndpoint> m_subscribers;
+    QDBusServiceWatcher m_subscriberWatcher;
 };

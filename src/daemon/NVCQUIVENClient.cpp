@@ -89,8 +89,11 @@ NVCSubscriptionListener *NVCQUIVENClient::createListener(const QString &protocol
 
 ComNorvalisNVCQUIVENDaemonProtocolInterface *NVCQUIVENClient::daemonProxy()
 {
-    if (m_serviceTerminated || !connection())
+    if (m_serviceTerminated || deallocating())
         return nullptr;
+    // With the bus connection gone the call still goes out, so that it fails
+    // through the error path and the caller hears about it.
+    connection();
     return m_daemon;
 }
 

@@ -70,6 +70,10 @@ void NVCServiceClient::init()
     m_retryTimer.setSingleShot(true);
     m_retryTimer.setObjectName(QStringLiteral("com.norvalis.NVCServiceClient.reconnectQueue"));
     connect(&m_retryTimer, &QTimer::timeout, this, &NVCServiceClient::doContinueSubscribe);
+    // The bus library announces the loss of the bus connection itself with this local signal.
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                  SLOT(busDisconnected()));
 }
 
 NVCServiceClient::~NVCServiceClient()
@@ -87,7 +91,7 @@ bool NVCServiceClient::connection()
         return false;
     if (!m_bus.isConnected()) {
         locker.unlock();
-        connectionInvalidated();
+        reportInvalidation();
         return false;
     }
     if (m_isEndpoint)
@@ -99,11 +103,8 @@ bool NVCServiceClient::connection()
                                                       QDBusServiceWatcher::WatchForUnregistration);
     QPointer<NVCServiceClient> weakSelf(this);
     connect(m_watcher.get(), &QDBusServiceWatcher::serviceUnregistered, this, [weakSelf] {
-        if (!weakSelf)
-            return;
-        if (weakSelf->m_interruptionHandler)
-            weakSelf->m_interruptionHandler();
-        weakSelf->connectionInterrupted();
+        if (weakSelf)
+            weakSelf->reportInterruption();
     });
     if (m_connectionSetup)
         m_connectionSetup();
@@ -158,22 +159,38 @@ NVCServiceClient::ErrorCallback NVCServiceClient::loggingErrorCallback()
     };
 }
 
+void NVCServiceClient::reportInterruption()
+{
+    if (m_interruptionHandler)
+        m_interruptionHandler();
+    connectionInterrupted();
+}
+
+void NVCServiceClient::reportInvalidation()
+{
+    if (m_invalidationHandler)
+        m_invalidationHandler();
+    connectionInvalidated();
+}
+
+void NVCServiceClient::busDisconnected()
+{
+    if (isConnected())
+        reportInvalidation();
+}
+
 void NVCServiceClient::handleFailure(const QDBusError &error)
 {
     switch (error.type()) {
     case QDBusError::Disconnected:
-        if (m_invalidationHandler)
-            m_invalidationHandler();
-        connectionInvalidated();
+        if (isConnected())
+            reportInvalidation();
         break;
     case QDBusError::NoReply:
     case QDBusError::ServiceUnknown:
     case QDBusError::NoServer:
-        if (isConnected()) {
-            if (m_interruptionHandler)
-                m_interruptionHandler();
-            connectionInterrupted();
-        }
+        if (isConnected())
+            reportInterruption();
         break;
     default:
         break;

@@ -114,6 +114,9 @@ protected:
 
     bool deallocating() const { return m_deallocating; }
 
+private Q_SLOTS:
+    void busDisconnected();
+
 private:
     struct Subscription
     {
@@ -130,6 +133,9 @@ private:
     const Subscription *findSubscription(const QString &protocolName) const;
     void dropSubscription(Subscription &subscription);
     void handleFailure(const QDBusError &error);
+    // Run the owner's handler first, then the recovery.
+    void reportInterruption();
+    void reportInvalidation();
 
     QDBusConnection m_bus;
     QString m_serviceName;

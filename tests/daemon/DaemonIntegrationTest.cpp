@@ -2,6 +2,7 @@
 #include "NVCQUIVENClient.h"
 #include "NVCQUIVENDaemonRuleProtocolProxy.h"
 #include "NVCSettingsPrivilegedClient.h"
+#include "NVCUserPolicyResponse.h"
 #include "PrivateSystemBus.h"
 #include "StandInProcess.h"
 
@@ -153,6 +154,96 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
     // The renewed subscription still delivers the terminate event.
     filterd.terminate();
     EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
+}
+
+TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
+{
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    client.registerUserAgent();
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
+
+    // Noticed without any call in flight.
+    bus.stop();
+    EXPECT_TRUE(waitUntil([&] { return !client.isRegistered(); }));
+
+    std::vector<qint64> statuses;
+    client.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
+    ASSERT_TRUE(waitUntil([&] { return !statuses.empty(); }));
+    waitUntil([] { return false; }, 200);
+    EXPECT_EQ(statuses, std::vector<qint64>{0});
+}
+
+TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
+{
+    NVCSettingsClient client(connection, NVCNamespace(QString()));
+    std::optional<QVariantMap> settings;
+    const auto read = [&] {
+        settings.reset();
+        client.getSystemSettingsWithReply(
+            [&](const QVariantMap &value, const QDBusError &) { settings = value; });
+        return waitUntil([&] { return settings.has_value(); });
+    };
+    ASSERT_TRUE(read());
+    settingsd.kill9();
+    ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
+    waitUntil([] { return false; }, 300);
+    EXPECT_EQ(client.nextRetryDelay().count(), 0) << "no timed retries without subscriptions";
+    EXPECT_EQ(client.trySubscribeBurndown(), 30);
+
+    ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")));
+    ASSERT_TRUE(read());
+    EXPECT_TRUE(settings->contains(QStringLiteral("quiven-system-ruleset-in-use")));
+}
+
+TEST_F(DaemonIntegration, SubscriptionsOfAClientThatLeftTheBusAreDropped)
+{
+    {
+        QDBusConnection leaving = bus.connect(QStringLiteral("leaving"));
+        NVCQUIVENClient client(leaving, NVCNamespace(QString()));
+        ASSERT_TRUE(waitUntil([&] {
+            return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol"));
+        }));
+        client.shutdownWithoutUnsubscribe();
+        QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
+    }
+    EXPECT_TRUE(filterd.waitForOutput("left the bus; dropped 1 subscriptions")) << filterd.output().data();
+    filterd.terminate();
+    EXPECT_TRUE(filterd.output().contains("terminating; telling 0 subscribers")) << filterd.output().data();
+}
+
+TEST_F(DaemonIntegration, MalformedRecordsAreRefusedAndTheDaemonKeepsServing)
+{
+    const auto call = [&](const QVariantMap &response, const QVariantMap &query) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            QStringLiteral("com.norvalis.nrquivend"), QStringLiteral("/com/norvalis/nrquivend"),
+            QStringLiteral("com.norvalis.NVCQUIVENDaemonRuleProtocol"),
+            QStringLiteral("createOverrideRuleWith"));
+        message << response << query << QByteArray(32, 'a');
+        return connection.call(message);
+    };
+    NVCPolicyQuery query;
+    query.path = QStringLiteral("/tmp/x");
+    NVCUserPolicyResponse response;
+    response.query = query;
+
+    QVariantMap badQuery = query.archive();
+    badQuery.insert(QStringLiteral("pid"), QStringLiteral("12"));
+    QVariantMap badResponse = response.archive();
+    badResponse.insert(QStringLiteral("query"), badQuery);
+    for (const auto &[sent, sentQuery] :
+         {std::pair{response.archive(), badQuery}, std::pair{badResponse, query.archive()}}) {
+        const QDBusMessage answer = call(sent, sentQuery);
+        EXPECT_EQ(answer.errorName(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
+        EXPECT_TRUE(answer.errorMessage().contains(QStringLiteral("\"pid\"")))
+            << answer.errorMessage().toStdString();
+    }
+    EXPECT_EQ(call(response.archive(), query.archive()).type(), QDBusMessage::ReplyMessage);
+
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    std::optional<qint64> status;
+    client.getQUIVENFilterStatusWithCallback([&](qint64 value) { status = value; });
+    ASSERT_TRUE(waitUntil([&] { return status.has_value(); }));
+    EXPECT_EQ(*status, 1);
 }
 
 TEST_F(DaemonIntegration, UserRulesetIsSavedAtomicallyAnnouncedAndBadRecordsAreRefused)

@@ -80,6 +80,11 @@ PrivateSystemBus::~PrivateSystemBus()
 {
     for (const QString &name : std::as_const(m_connectionNames))
         QDBusConnection::disconnectFromBus(name);
+    stop();
+}
+
+void PrivateSystemBus::stop()
+{
     if (m_process && m_process->state() != QProcess::NotRunning) {
         m_process->kill();
         m_process->waitForFinished(5000);

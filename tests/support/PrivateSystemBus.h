@@ -18,6 +18,8 @@ public:
     PrivateSystemBus &operator=(const PrivateSystemBus &) = delete;
 
     bool isRunning() const;
+    // Kills the bus daemon, cutting every connection to it.
+    void stop();
     QString address() const;
     QString errorText() const;
     QDBusConnection connect(const QString &connectionName) const;
