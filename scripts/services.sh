@@ -45,6 +45,14 @@ runs_program() {
     alive "$pid" && tr '\0' '\n' <"/proc/$pid/cmdline" 2>/dev/null | head -n1 | grep -qF "$program"
 }
 
+any_recorded_running() {
+    local kind pid program
+    while read -r kind pid program; do
+        [ "$kind" = pid ] && runs_program "$pid" "$program" && return 0
+    done <"$STATE"
+    return 1
+}
+
 stop_pid() {
     local pid="$1" program="$2" waited=0
     runs_program "$pid" "$program" || return 0
@@ -154,8 +162,13 @@ cmd_start() {
         command -v "$program" >/dev/null || { say "$program is needed"; exit 1; }
     done
     if [ -f "$STATE" ]; then
-        say "services are already running ($STATE); run 'scripts/services.sh stop' first"
-        exit 1
+        if any_recorded_running; then
+            say "services are already running ($STATE); run 'scripts/services.sh stop' first"
+            exit 1
+        fi
+        # Left behind by a run that died with the machine or a kill -9.
+        say "clearing the stale state of an earlier run"
+        cmd_stop
     fi
 
     # Whatever fails or interrupts from here on takes down what was already started.

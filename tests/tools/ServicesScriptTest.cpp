@@ -181,12 +181,21 @@ TEST_F(ServicesScript, AFailedStartTakesDownWhatItHadStarted)
     EXPECT_TRUE(livingProcessesMentioning(roots()).isEmpty());
 }
 
-TEST_F(ServicesScript, UsageErrorsExitTwo)
+TEST_F(ServicesScript, TheStateOfADeadRunDoesNotBlockTheNextStart)
 {
-    for (const QStringList &arguments :
-         {QStringList{}, QStringList{QStringLiteral("start")}, QStringList{QStringLiteral("restart")}})
-        EXPECT_EQ(script(arguments).exitCode, 2) << arguments.join(u' ').toStdString();
-    EXPECT_TRUE(rootsLeft().isEmpty());
+    const QString staleRoot = roots() + QStringLiteral("/quiven-services.stale");
+    ASSERT_TRUE(QDir().mkpath(staleRoot + QStringLiteral("/shared")));
+    QFile state(stateFile());
+    ASSERT_TRUE(state.open(QIODevice::WriteOnly));
+    // pid 1 runs something else, so it must be left alone.
+    state.write("root " + staleRoot.toUtf8() + "\npid 1 dbus-daemon\n");
+    state.close();
+
+    const ScriptRun started = start();
+    ASSERT_EQ(started.exitCode, 0) << started.err.toStdString();
+    EXPECT_FALSE(QFile::exists(staleRoot));
+    EXPECT_EQ(recordedPids().size(), 4);
+    EXPECT_TRUE(running(1));
 }
 
 } // namespace
