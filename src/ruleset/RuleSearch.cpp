@@ -9,27 +9,74 @@ inline char16_t fold(char16_t c)
     return QChar::toCaseFolded(c);
 }
 
+// ASCII units that some non-ASCII unit folds to (the Kelvin sign to "k", for
+// one): a needle holding one of them needs the full folding search.
+const std::array<bool, 0x80> &asciiFoldTargets()
+{
+    static const std::array<bool, 0x80> targets = [] {
+        std::array<bool, 0x80> found{};
+        for (char32_t c = 0x80; c <= 0xFFFF; ++c) {
+            const char16_t folded = QChar::toCaseFolded(char16_t(c));
+            if (folded < 0x80)
+                found[folded] = true;
+        }
+        return found;
+    }();
+    return targets;
+}
+
 } // namespace
 
 RuleSearch::RuleSearch(const QString &text)
 {
     // Folded once here so that each test folds only the field's characters.
     m_folded.reserve(text.size());
-    for (const QChar c : text)
-        m_folded.append(QChar(fold(c.unicode())));
+    m_asciiOnly = true;
+    for (const QChar c : text) {
+        const char16_t folded = fold(c.unicode());
+        m_folded.append(QChar(folded));
+        if (folded >= 0x80 || asciiFoldTargets()[folded])
+            m_asciiOnly = false;
+    }
 }
 
 bool RuleSearch::matches(const QString &field) const
 {
     if (field.isNull())
         return false;
-    const qsizetype needleSize = m_folded.size();
-    const qsizetype last = field.size() - needleSize;
-    if (needleSize == 0)
+    if (m_folded.isEmpty())
         return true;
-    const char16_t *hay = reinterpret_cast<const char16_t *>(field.constData());
-    const char16_t *needle = reinterpret_cast<const char16_t *>(m_folded.constData());
+    const auto *hay = reinterpret_cast<const char16_t *>(field.constData());
+    return m_asciiOnly ? matchesAscii(hay, field.size()) : matchesFolding(hay, field.size());
+}
+
+bool RuleSearch::matchesAscii(const char16_t *hay, qsizetype size) const
+{
+    const qsizetype needleSize = m_folded.size();
+    const auto *needle = reinterpret_cast<const char16_t *>(m_folded.constData());
     const char16_t first = needle[0];
+    // Setting the case bit maps both cases of a letter to the folded one and
+    // never maps a non-ASCII unit into ASCII.
+    const char16_t caseBit = (first >= u'a' && first <= u'z') ? 0x20 : 0;
+    const qsizetype last = size - needleSize;
+    for (qsizetype i = 0; i <= last; ++i) {
+        if (char16_t(hay[i] | caseBit) != first)
+            continue;
+        qsizetype j = 1;
+        while (j < needleSize && fold(hay[i + j]) == needle[j])
+            ++j;
+        if (j == needleSize)
+            return true;
+    }
+    return false;
+}
+
+bool RuleSearch::matchesFolding(const char16_t *hay, qsizetype size) const
+{
+    const qsizetype needleSize = m_folded.size();
+    const auto *needle = reinterpret_cast<const char16_t *>(m_folded.constData());
+    const char16_t first = needle[0];
+    const qsizetype last = size - needleSize;
     for (qsizetype i = 0; i <= last; ++i) {
         if (fold(hay[i]) != first)
             continue;
@@ -44,12 +91,16 @@ bool RuleSearch::matches(const QString &field) const
 
 bool RuleSearch::matchesShared(const QString &field)
 {
+    if (field.isNull())
+        return false;
     // Equal data pointer and length mean the same characters while the rules
     // being filtered are alive, which holds for one rebuild.
-    if (field.constData() == m_lastData && field.size() == m_lastSize && !field.isNull())
-        return m_lastResult;
-    m_lastData = field.constData();
-    m_lastSize = field.size();
-    m_lastResult = matches(field);
-    return m_lastResult;
+    for (const Memo &memo : m_memos) {
+        if (memo.data == field.constData() && memo.size == field.size())
+            return memo.result;
+    }
+    const bool result = matches(field);
+    m_memos[m_nextMemo] = Memo{field.constData(), field.size(), result};
+    m_nextMemo = (m_nextMemo + 1) % m_memos.size();
+    return result;
 }

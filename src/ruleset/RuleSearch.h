@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <array>
 
 // The table's search: a case-insensitive substring test of one text against the
 // rule fields it is applied to, folding case one UTF-16 unit at a time (accents
@@ -12,13 +13,24 @@ public:
 
     bool matches(const QString &field) const;
 
-    // Rules of one application share their process text, so its answer is
-    // remembered for the same string data.
+    // Rules of one application share their process text and most rules share a
+    // handful of tags, so answers are remembered for the last few string data.
     bool matchesShared(const QString &field);
 
 private:
+    bool matchesAscii(const char16_t *hay, qsizetype size) const;
+    bool matchesFolding(const char16_t *hay, qsizetype size) const;
+
+    struct Memo
+    {
+        const QChar *data = nullptr;
+        qsizetype size = -1;
+        bool result = false;
+    };
+
     QString m_folded;
-    const QChar *m_lastData = nullptr;
-    qsizetype m_lastSize = -1;
-    bool m_lastResult = false;
+    // No needle unit can match a non-ASCII unit, so plain ASCII case rules decide.
+    bool m_asciiOnly = false;
+    std::array<Memo, 8> m_memos{};
+    std::size_t m_nextMemo = 0;
 };
