@@ -181,8 +181,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
                     state.watchDuplicates.insert(*existing);
                 state.watchRulesIndexed = true;
             }
-            if (!state.watchDuplicates.containsEqual(*rule)) {
-                state.watchDuplicates.insert(*rule);
+            if (state.watchDuplicates.insert(*rule)) {
                 m_watchRules.append(std::move(rule));
                 storeChanged = true;
             }
@@ -269,9 +268,8 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             }
             group.indexed = true;
         }
-        if (state.duplicates.containsEqual(*rule))
+        if (!state.duplicates.insert(*rule))
             continue;
-        state.duplicates.insert(*rule);
         group.added.append(std::move(rule));
         storeChanged = true;
     }

@@ -54,7 +54,7 @@ void DuplicateIndex::grow()
     }
 }
 
-void DuplicateIndex::insert(const NVCRuleBase &rule)
+bool DuplicateIndex::insert(const NVCRuleBase &rule)
 {
     // At most half full, so probe runs stay short.
     if ((m_count + 1) * 2 > m_slots.size())
@@ -62,14 +62,8 @@ void DuplicateIndex::insert(const NVCRuleBase &rule)
     const size_t hash = equalityHash(rule);
     Slot &slot = m_slots[findSlot(rule, hash)];
     if (slot.rule)
-        return;
+        return false;
     slot = Slot{&rule, hash};
     ++m_count;
-}
-
-bool DuplicateIndex::containsEqual(const NVCRuleBase &rule) const
-{
-    if (m_slots.empty())
-        return false;
-    return m_slots[findSlot(rule, equalityHash(rule))].rule != nullptr;
+    return true;
 }

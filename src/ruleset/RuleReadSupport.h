@@ -28,8 +28,9 @@ private:
 class DuplicateIndex
 {
 public:
-    void insert(const NVCRuleBase &rule);
-    bool containsEqual(const NVCRuleBase &rule) const;
+    // Adds the rule unless an equal one is indexed; true when it was added.
+    // One hash and one probe serve both the question and the insertion.
+    bool insert(const NVCRuleBase &rule);
 
 private:
     struct Slot
