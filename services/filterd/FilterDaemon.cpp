@@ -239,7 +239,9 @@ void FilterDaemon::announceTermination()
     qCInfo(lcFilterDaemon, "terminating; telling %lld subscribers",
            static_cast<long long>(m_subscribers.count(QString::fromLatin1(kTerminationProtocol))));
     notifySubscribers(QString::fromLatin1(kTerminationProtocol), QStringLiteral("terminate"), {});
+    // One round trip to the bus: it answers only after it has taken every
+    // message sent before, so the terminate calls are out before we quit.
     m_bus.call(QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
 }
