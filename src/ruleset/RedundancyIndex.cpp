@@ -103,29 +103,30 @@ template <typename List> auto &bucketFor(List &list, quint32 policyClass, const 
 
 RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
 {
-    QHash<QString, int> prefixSlots;
-    occurrences.reserve(group.size());
+    // Prefix rules sorted by path, so that rules on one path lie together.
+    std::vector<const PolicyRule *> prefixRules;
+    members.reserve(std::size_t(group.size()));
     for (const PolicyRulePtr &member : group) {
         if (!member || !canCover(*member))
             continue;
         const PolicyRule &rule = *member;
-        if (isWholeScopePath(rule.path)) {
+        if (isWholeScopePath(rule.path))
             bucketFor(wholeScope, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
-        } else if (rule.policyType == PolicyType::Prefix) {
-            auto slot = prefixSlots.constFind(rule.path);
-            if (slot == prefixSlots.cend()) {
-                slot = prefixSlots.insert(rule.path, int(prefix.size()));
-                prefix.push_back({rule.path, -1, {}});
-            }
-            bucketFor(prefix[*slot].buckets, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
-        } else {
+        else if (rule.policyType == PolicyType::Prefix)
+            prefixRules.push_back(&rule);
+        else
             continue;
-        }
-        ++occurrences[&rule];
+        members.push_back(&rule);
+    }
+    std::sort(members.begin(), members.end());
+    std::sort(prefixRules.begin(), prefixRules.end(),
+              [](const PolicyRule *a, const PolicyRule *b) { return a->path < b->path; });
+    for (const PolicyRule *rule : prefixRules) {
+        if (prefix.empty() || prefix.back().path != rule->path)
+            prefix.push_back({rule->path, -1, {}});
+        bucketFor(prefix.back().buckets, rule->policyClass, rule->constraint).add(lowMask(rule->operations));
     }
 
-    std::sort(prefix.begin(), prefix.end(),
-              [](const PrefixPath &a, const PrefixPath &b) { return a.path < b.path; });
     // In sorted order every prefix of a path comes before it, and the stack
     // holds the prefix chain of the previous path.
     std::vector<int> chain;
@@ -139,7 +140,8 @@ RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
 
 int RedundancyIndex::GroupIndex::selfCount(const PolicyRule &rule) const
 {
-    return occurrences.value(&rule, 0);
+    const auto [first, last] = std::equal_range(members.begin(), members.end(), &rule);
+    return int(last - first);
 }
 
 int RedundancyIndex::GroupIndex::longestPrefixOf(const QString &path) const
@@ -192,4 +194,27 @@ bool RedundancyIndex::isRedundant(const QList<PolicyRulePtr> &group, const Polic
     if (it == m_groups.end())
         it = m_groups.try_emplace(&group, group).first;
     return it->second.isRedundant(rule);
+}
+
+bool RedundancyIndex::isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule)
+{
+    const QList<PolicyRulePtr> *group = groupOf(store, rule);
+    return group && isRedundant(*group, rule);
+}
+
+const QList<PolicyRulePtr> *RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store,
+                                                     const PolicyRule &rule)
+{
+    auto &candidates = m_groupsByTexts[{rule.processName.constData(), rule.constraint.constData()}];
+    const auto sameText = [](const QString &a, const QString &b) {
+        return a.constData() == b.constData() && a.size() == b.size() && a.isNull() == b.isNull();
+    };
+    for (const GroupOfTexts &known : candidates) {
+        if (sameText(known.processName, rule.processName) && sameText(known.constraint, rule.constraint))
+            return known.group;
+    }
+    const auto found = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
+    const QList<PolicyRulePtr> *group = found == store.cend() ? nullptr : &found.value();
+    candidates.append({rule.processName, rule.constraint, group});
+    return group;
 }

@@ -21,6 +21,8 @@ public:
     // where it is and unchanged while the index lives (groups are told apart by
     // address, which spares hashing the long group key twice).
     bool isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
+    // The same, finding the rule's group in `store` (keyed by group identity).
+    bool isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
     // The reference answer: a plain scan of the group, in stored order.
     static bool scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
@@ -50,9 +52,9 @@ private:
 
     struct GroupIndex
     {
-        BucketList wholeScope;          // rules on "any" or ""
-        std::vector<PrefixPath> prefix; // prefix rules, sorted by path
-        QHash<const PolicyRule *, int> occurrences;
+        BucketList wholeScope;                   // rules on "any" or ""
+        std::vector<PrefixPath> prefix;          // prefix rules, sorted by path
+        std::vector<const PolicyRule *> members; // indexed rules, sorted by address
 
         explicit GroupIndex(const QList<PolicyRulePtr> &group);
         bool isRedundant(const PolicyRule &rule) const;
@@ -62,5 +64,18 @@ private:
         int longestPrefixOf(const QString &path) const;
     };
 
+    // A group's rules share their process and constraint texts, so the group
+    // found for one pair of texts is remembered. The copies pin the texts:
+    // while held, equal data pointers mean equal characters.
+    struct GroupOfTexts
+    {
+        QString processName;
+        QString constraint;
+        const QList<PolicyRulePtr> *group = nullptr;
+    };
+    const QList<PolicyRulePtr> *groupOf(const QHash<QString, QList<PolicyRulePtr>> &store,
+                                        const PolicyRule &rule);
+
     std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
+    QHash<std::pair<const QChar *, const QChar *>, QVarLengthArray<GroupOfTexts, 1>> m_groupsByTexts;
 };

@@ -8,13 +8,9 @@ bool RuleManager::isRedundant(const PolicyRulePtr &rule) const
     if (!rule)
         return false;
     QMutexLocker locker(&m_groupMapLock);
-    const QString key = applicationGroupIdentityForRule(*rule);
-    const auto group = m_policyRulesByApplication.constFind(key);
-    if (group == m_policyRulesByApplication.cend())
-        return false;
     if (!m_redundancyIndex)
         m_redundancyIndex = std::make_unique<RedundancyIndex>();
-    return m_redundancyIndex->isRedundant(*group, *rule);
+    return m_redundancyIndex->isRedundant(m_policyRulesByApplication, *rule);
 }
 
 void RuleManager::invalidateRedundancyIndex() const
