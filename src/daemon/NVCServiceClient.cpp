@@ -284,6 +284,7 @@ bool NVCServiceClient::subscribeToUpdateWithProtocol(const QString &protocolName
             subscription.listener = new NVCSubscriptionListener(this);
         }
         subscription.listener->setParent(this);
+        subscription.listener->setObjectName(subscription.path);
         m_bus.registerObject(subscription.path, subscription.listener, QDBusConnection::ExportAdaptors);
         qCInfo(lcServiceClient, "Setting up new anonymous listener for protocol %s",
                qUtf8Printable(protocolName));

@@ -156,6 +156,25 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
     EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 }
 
+TEST_F(DaemonIntegration, RetriesSlowDownAfterThirtyFailuresAndOneSuccessResetsThem)
+{
+    using std::chrono::milliseconds;
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    client.setRetryDelays(milliseconds(5), milliseconds(400));
+    const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
+
+    filterd.kill9();
+    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() < 30; }));
+    EXPECT_EQ(client.nextRetryDelay(), milliseconds(5));
+    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() == 0; }));
+    EXPECT_EQ(client.nextRetryDelay(), milliseconds(400));
+
+    ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
+    EXPECT_EQ(client.trySubscribeBurndown(), 30);
+}
+
 TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
 {
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
