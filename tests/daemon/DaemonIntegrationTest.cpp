@@ -134,6 +134,31 @@ TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
     EXPECT_FALSE(client.serviceTerminated());
 }
 
+TEST_F(DaemonIntegration, TerminateReachesAClientOfAnotherUser)
+{
+    ASSERT_TRUE(bus.allowOtherUsers());
+    QProcess probe;
+    probe.setProcessEnvironment(bus.environment());
+    probe.start(QStringLiteral("setpriv"),
+                {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                 QStringLiteral("--clear-groups"),
+                 quiven::test::builtBinary(QStringLiteral("tests/daemon/quiven-filter-client-probe"))});
+    QByteArray output;
+    QDeadlineTimer deadline(10000);
+    while (!output.contains("subscribed") && !deadline.hasExpired() &&
+           probe.state() != QProcess::NotRunning) {
+        probe.waitForReadyRead(100);
+        output += probe.readAllStandardOutput();
+    }
+    ASSERT_TRUE(output.contains("subscribed")) << probe.readAllStandardError().data();
+
+    filterd.terminate();
+    ASSERT_TRUE(probe.waitForFinished(10000));
+    output += probe.readAllStandardOutput();
+    EXPECT_TRUE(output.contains("terminated")) << probe.readAllStandardError().data();
+    EXPECT_EQ(probe.exitCode(), 0);
+}
+
 TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
 {
     NVCQUIVENClient client(connection, NVCNamespace(QString()));

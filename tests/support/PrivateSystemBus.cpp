@@ -83,6 +83,13 @@ PrivateSystemBus::~PrivateSystemBus()
     stop();
 }
 
+bool PrivateSystemBus::allowOtherUsers() const
+{
+    return QFile::setPermissions(m_dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                   QFileDevice::ExeOwner | QFileDevice::ExeGroup |
+                                                   QFileDevice::ExeOther);
+}
+
 void PrivateSystemBus::stop()
 {
     if (m_process && m_process->state() != QProcess::NotRunning) {

@@ -18,6 +18,8 @@ public:
     PrivateSystemBus &operator=(const PrivateSystemBus &) = delete;
 
     bool isRunning() const;
+    // Lets processes of other users reach the socket (the folder is private by default).
+    bool allowOtherUsers() const;
     // Kills the bus daemon, cutting every connection to it.
     void stop();
     QString address() const;
