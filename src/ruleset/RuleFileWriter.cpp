@@ -1,6 +1,7 @@
 #include "ProductFolders.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
+#include "RulePrefetch.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -176,7 +177,14 @@ bool RuleManager::writeToFile(const QString &path)
             if (rule && !rule->system)
                 sink.write(rule->toString());
         }
-        for (const PolicyRulePtr &rule : std::as_const(m_policyRules)) {
+        const QList<PolicyRulePtr> &rules = m_policyRules;
+        constexpr qsizetype distance = 8;
+        for (qsizetype i = 0; i < rules.size(); ++i) {
+            if (i + distance < rules.size() && rules[i + distance])
+                prefetchRuleData(rules[i + distance].get());
+            if (i + distance / 2 < rules.size() && rules[i + distance / 2])
+                prefetchRuleData(rules[i + distance / 2]->path.constData());
+            const PolicyRulePtr &rule = rules[i];
             if (rule && !rule->system)
                 sink.write(rule->toString());
         }

@@ -1,5 +1,6 @@
 #include "RuleLogging.h"
 #include "RuleManager.h"
+#include "RulePrefetch.h"
 #include "RuleSearch.h"
 
 #include <QMutexLocker>
@@ -23,27 +24,14 @@ QStringList sortedCaseInsensitive(const QList<QString> &keys)
     return sorted;
 }
 
-// The compiler drops plain prefetch hints in this code, so x86 gets the
-// instruction itself.
-inline void prefetch(const void *address)
-{
-#if defined(__x86_64__) || defined(__i386__)
-    asm volatile("prefetcht0 %0" : : "m"(*static_cast<const char *>(address)));
-#else
-    __builtin_prefetch(address);
-#endif
-}
-
-// Rules lie scattered over the heap in reading order while views visit them
-// group by group; asking for rules a few steps ahead lets those cache misses
-// overlap instead of queueing behind each reference count update.
+// Misses would otherwise queue behind each reference count update.
 void prefetchAhead(const std::vector<const PolicyRulePtr *> &rules, std::size_t at)
 {
     constexpr std::size_t distance = 8;
     if (at + distance < rules.size())
-        prefetch(rules[at + distance]->get());
+        prefetchRuleData(rules[at + distance]->get());
     if (at + distance / 2 < rules.size())
-        prefetch(rules[at + distance / 2]->get()->path.constData());
+        prefetchRuleData(rules[at + distance / 2]->get()->path.constData());
 }
 
 } // namespace
