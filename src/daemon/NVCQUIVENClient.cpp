@@ -40,15 +40,20 @@ private:
 } // namespace
 
 NVCQUIVENClient::NVCQUIVENClient(const QDBusConnection &bus, const NVCNamespace &nameSpace, QObject *parent)
-    : NVCQUIVENClient(bus, QStringLiteral("NVCQUIVENDaemonProtocol"), nameSpace, parent)
+    : NVCQUIVENClient(bus, QStringLiteral("NVCQUIVENDaemonProtocol"), nameSpace, FilterClientStart::Full,
+                      parent)
 {}
 
 NVCQUIVENClient::NVCQUIVENClient(const QDBusConnection &bus, const QString &protocolName,
-                                 const NVCNamespace &nameSpace, QObject *parent)
+                                 const NVCNamespace &nameSpace, FilterClientStart start, QObject *parent)
     : NVCServiceClient(bus, QString::fromLatin1(quiven::dbus::kFilterServiceName), protocolName, nameSpace,
                        parent)
 {
-    doinit();
+    if (start == FilterClientStart::Full) {
+        doinit();
+        return;
+    }
+    m_daemon = new ComNorvalisNVCQUIVENDaemonProtocolInterface(serviceName(), objectPath(), bus, this);
 }
 
 NVCQUIVENClient::NVCQUIVENClient(const QDBusConnection &bus, const NVCListenerEndpoint &endpoint,

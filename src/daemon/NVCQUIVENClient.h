@@ -35,8 +35,16 @@ public:
     bool serviceTerminated() const { return m_serviceTerminated; }
 
 protected:
+    // Whether the client follows the daemon's terminate event and its own registration;
+    // subclasses that only carry other protocols skip both.
+    enum class FilterClientStart
+    {
+        Full,
+        ProxyOnly
+    };
+
     NVCQUIVENClient(const QDBusConnection &bus, const QString &protocolName, const NVCNamespace &nameSpace,
-                    QObject *parent);
+                    FilterClientStart start, QObject *parent);
     NVCSubscriptionListener *createListener(const QString &protocolName) override;
 
     // The daemon proxy, or null after `terminate` (calls are then dropped).

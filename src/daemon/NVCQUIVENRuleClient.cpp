@@ -65,16 +65,10 @@ QString NVCPolicyListener::listenerDescription() const
 
 NVCQUIVENRuleClient::NVCQUIVENRuleClient(const QDBusConnection &bus, const NVCNamespace &nameSpace,
                                          QObject *parent)
-    : NVCQUIVENClient(bus, QString::fromLatin1(ruleProtocol), nameSpace, parent)
+    : NVCQUIVENClient(bus, QString::fromLatin1(ruleProtocol), nameSpace, FilterClientStart::ProxyOnly, parent)
     , m_customizedStrings(std::make_unique<NVCCustomizedStrings>(std::make_shared<NVCCustomization>()))
     , m_authorization(std::make_shared<NVCAuthorization>(bus))
 {
-    // The filter client's start-up listens for the terminate event and tracks
-    // registration; this client does neither, so a daemon restart never
-    // silences it for good.
-    unsubscribeProtocol(QString::fromLatin1(terminationProtocol));
-    setInterruptionHandler({});
-    setInvalidationHandler({});
     m_rules =
         new ComNorvalisNVCQUIVENDaemonRuleProtocolInterface(serviceName(), objectPath(), this->bus(), this);
 }
