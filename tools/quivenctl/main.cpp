@@ -10,9 +10,10 @@ int main(int argc, char **argv)
     quiven::logging::installJournalMessageHandler();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quivenctl"));
-    // The reader logs a debug line per rule; a command-line run shows them only
-    // when asked for through QT_LOGGING_RULES, which overrides this default.
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+    // The output is the JSON document: flow and state-change lines (the reader
+    // alone logs one per rule) show only when asked for through QT_LOGGING_RULES,
+    // which overrides this default. Warnings always reach stderr.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false"));
 
     QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString word = arguments.value(0);
