@@ -109,22 +109,28 @@ NVCServiceClient::ErrorCallback NVCQUIVENClient::xpcErrorLogger()
     };
 }
 
+template <typename Value, typename Callback>
+void NVCQUIVENClient::deliverValue(const QDBusPendingCall &call, Callback callback, Value fallback)
+{
+    deliver(
+        call,
+        [callback](const QDBusPendingCall &answered) {
+            if (callback)
+                callback(QDBusPendingReply<Value>(answered).value());
+        },
+        [callback, fallback](const QDBusError &error) {
+            xpcErrorLogger()(error);
+            if (callback)
+                callback(fallback);
+        });
+}
+
 void NVCQUIVENClient::setQUIVENEnabled(bool enabled, bool needCleanup, std::function<void(bool)> callback)
 {
     auto *daemon = daemonProxy();
     if (!daemon)
         return;
-    deliver(
-        daemon->setQUIVENEnabled(enabled, needCleanup),
-        [callback](const QDBusPendingCall &call) {
-            if (callback)
-                callback(QDBusPendingReply<bool>(call).value());
-        },
-        [callback](const QDBusError &error) {
-            xpcErrorLogger()(error);
-            if (callback)
-                callback(false);
-        });
+    deliverValue<bool>(daemon->setQUIVENEnabled(enabled, needCleanup), std::move(callback), false);
 }
 
 void NVCQUIVENClient::getQUIVENFilterStatusWithCallback(std::function<void(qint64)> callback)
@@ -132,17 +138,7 @@ void NVCQUIVENClient::getQUIVENFilterStatusWithCallback(std::function<void(qint6
     auto *daemon = daemonProxy();
     if (!daemon)
         return;
-    deliver(
-        daemon->getQUIVENFilterStatusWithCallback(),
-        [callback](const QDBusPendingCall &call) {
-            if (callback)
-                callback(QDBusPendingReply<qlonglong>(call).value());
-        },
-        [callback](const QDBusError &error) {
-            xpcErrorLogger()(error);
-            if (callback)
-                callback(0);
-        });
+    deliverValue<qlonglong>(daemon->getQUIVENFilterStatusWithCallback(), std::move(callback), 0);
 }
 
 void NVCQUIVENClient::reloadSystemRules()
@@ -166,17 +162,7 @@ void NVCQUIVENClient::reloadSystemRulesWithCallback(std::function<void(bool)> ca
     auto *daemon = daemonProxy();
     if (!daemon)
         return;
-    deliver(
-        daemon->reloadSystemRulesWithCallback(),
-        [callback](const QDBusPendingCall &call) {
-            if (callback)
-                callback(QDBusPendingReply<bool>(call).value());
-        },
-        [callback](const QDBusError &error) {
-            xpcErrorLogger()(error);
-            if (callback)
-                callback(false);
-        });
+    deliverValue<bool>(daemon->reloadSystemRulesWithCallback(), std::move(callback), false);
 }
 
 void NVCQUIVENClient::deleteFailsafeLog()

@@ -53,6 +53,9 @@ protected:
 
 private:
     void doinit();
+    // The reply's value goes to the callback; a failed call logs and gives `fallback` instead.
+    template <typename Value, typename Callback>
+    void deliverValue(const QDBusPendingCall &call, Callback callback, Value fallback);
 
     ComNorvalisNVCQUIVENDaemonProtocolInterface *m_daemon = nullptr;
     std::atomic_bool m_isRegistered = false;

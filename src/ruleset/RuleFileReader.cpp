@@ -158,21 +158,26 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
                                          : (view.isEmpty() ? RuleText::emptyText() : view.toString());
         };
         const QStringView first = token(0);
+        // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
+        // rule's tag but a system rule's flags.
+        auto fillSharedFields = [&](NVCRuleBase &rule) {
+            rule.policyType = RuleText::policyTypeForWord(token(1));
+            rule.path = tokenText(2);
+            rule.processName = state.strings.intern(token(3));
+            rule.operations = RuleText::operationsForLetters(token(4));
+            rule.system = system;
+            rule.sequence = m_ruleSequence++;
+            if (count > 5) {
+                if (system)
+                    rule.flags = RuleText::flagsForLetters(token(5));
+                else
+                    rule.tag = state.strings.intern(token(5));
+            }
+        };
 
         if (first == u"watch" && count >= 5) {
             auto rule = std::make_shared<WatchRule>();
-            rule->policyType = RuleText::policyTypeForWord(token(1));
-            rule->path = tokenText(2);
-            rule->processName = state.strings.intern(token(3));
-            rule->operations = RuleText::operationsForLetters(token(4));
-            rule->system = system;
-            rule->sequence = m_ruleSequence++;
-            if (count > 5) {
-                if (system)
-                    rule->flags = RuleText::flagsForLetters(token(5));
-                else
-                    rule->tag = state.strings.intern(token(5));
-            }
+            fillSharedFields(*rule);
             qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
                     rule->policyType, qUtf8Printable(rule->path), qUtf8Printable(rule->processName),
                     rule->operations, qUtf8Printable(RuleText::operationLetters(rule->operations)));
@@ -225,18 +230,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
 
         auto rule = std::make_shared<PolicyRule>();
         rule->policyClass = RuleText::policyClassForWord(first);
-        rule->policyType = RuleText::policyTypeForWord(token(1));
-        rule->path = tokenText(2);
-        rule->processName = state.strings.intern(token(3));
-        rule->operations = RuleText::operationsForLetters(token(4));
-        rule->system = system;
-        rule->sequence = m_ruleSequence++;
-        if (count > 5) {
-            if (system)
-                rule->flags = RuleText::flagsForLetters(token(5));
-            else
-                rule->tag = state.strings.intern(token(5));
-        }
+        fillSharedFields(*rule);
         if (count > 6)
             rule->constraint = state.strings.intern(token(6));
         if ((rule->flags & RuleFlag::TeamID) && rule->path == u"/Users/")
