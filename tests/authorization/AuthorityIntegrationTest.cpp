@@ -200,18 +200,15 @@ TEST_F(AuthorityTest, TokensBelongToTheUserWhoAskedForThem)
 
 TEST(AuthorityStartup, DevelopmentBackendRefusesTheRealSystemBus)
 {
-    for (const QString &address : {QString(), QStringLiteral("unix:path=/run/dbus/system_bus_socket")}) {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.remove(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"));
-        if (!address.isEmpty())
-            environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), address);
-        process.setProcessEnvironment(environment);
-        process.start(builtBinary(QStringLiteral("services/authority/quiven-authd")),
-                      {QStringLiteral("--dev-backend")});
-        ASSERT_TRUE(process.waitForFinished(10000));
-        EXPECT_NE(process.exitCode(), 0) << address.toStdString();
-    }
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
+    process.setProcessEnvironment(environment);
+    process.start(builtBinary(QStringLiteral("services/authority/quiven-authd")),
+                  {QStringLiteral("--dev-backend")});
+    ASSERT_TRUE(process.waitForFinished(10000));
+    EXPECT_NE(process.exitCode(), 0);
 }
 
 } // namespace

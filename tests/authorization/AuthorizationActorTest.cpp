@@ -99,13 +99,4 @@ TEST(AuthorizationActor, FailedAdministratorRequestIsAnErrorAndStartsNoTimer)
     EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::None);
 }
 
-TEST(AuthorizationActor, UnknownKindNeverReplies)
-{
-    NVCAuthorizationActor actor(7, QString(), unreachableAuthority());
-    bool replied = false;
-    actor.askPermissionsWithReply([&](const auto &, const auto &) { replied = true; });
-    QCoreApplication::processEvents();
-    EXPECT_FALSE(replied);
-}
-
 } // namespace

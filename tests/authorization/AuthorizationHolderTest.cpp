@@ -33,42 +33,6 @@ CheckResult check(NVCAuthorizationHolder &holder)
 const QByteArray kToken =
     QByteArray::fromHex("00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff");
 
-TEST(AuthorizationHolderErrors, CodesAndDescriptions)
-{
-    struct Case
-    {
-        NVCAuthorizationHolderError which;
-        const char *domain;
-        int code;
-        const char *description;
-    };
-    const Case cases[] = {
-        {NVCAuthorizationHolderError::ReferenceMissing, "NVCAuthorizationHolderDomain", 101,
-         "Authorization is invalid. It is possible that AuthRef is nil or something else went wrong."},
-        {NVCAuthorizationHolderError::ReferenceCheckFailed, "NVCAuthorizationHolderDomain", 102,
-         "Authorization check failed. It is possible that AuthRef is nil or something else went wrong."},
-        {NVCAuthorizationHolderError::ReferenceUpdateFailed, "NVCAuthorizationHolderDomain", 103,
-         "Update authorization message failed. It is possible that we can't create AuthRef with your "
-         "message. "
-         "Message may be nil or something else went wrong."},
-        {NVCAuthorizationHolderError::EmptyAuthorization, "NVCAuthorizationHolderDomain", 101,
-         "Authorization is invalid. It is intentional in this case."},
-        {NVCAuthorizationHolderError::ContextMissing, "NVCAuthorizationHolderDomain", 103,
-         "Authentication context is invalid. Somehow it was deallocated. Check that you hold context."},
-        {NVCAuthorizationHolderError::ReasonMissing, "NVCAuthorizationHolderDomain", 104,
-         "Localized reason can't be nil or empty. Please, provide proper localized reason."},
-        {NVCAuthorizationHolderError::VerifierHolderMissing, "NVCAuthorizationHolderVerifier", 101,
-         "Unexpected behaviour. Invalid authorization holder. Holder is nil. Look at logs for detail "
-         "information."},
-    };
-    for (const Case &c : cases) {
-        const NVCAuthError error = makeHolderError(c.which);
-        EXPECT_EQ(error.domain, QLatin1String(c.domain));
-        EXPECT_EQ(error.code, c.code);
-        EXPECT_EQ(error.localizedDescription, QLatin1String(c.description));
-    }
-}
-
 TEST(AuthorizationRefHolder, WithoutReferenceRefusesEverythingWithoutAskingTheAuthority)
 {
     auto holder = NVCAuthorizationHolder::withAuthorization(nullptr, unreachableAuthority());
@@ -232,10 +196,6 @@ TEST(NVCAuthorization, ExternalFormRequiresExactly32Bytes)
             EXPECT_EQ(status, errAuthorizationSuccess);
         });
     EXPECT_TRUE(called);
-    EXPECT_FALSE(utility->isValid(nullptr));
-    AuthorizationRef none;
-    utility->destroy(&none);
-    utility->destroy(nullptr);
 }
 
 } // namespace
