@@ -144,9 +144,12 @@ TEST_F(BusCoding, ResponseWithItsNestedQueryArrivesWhole)
     query.sha1 = QByteArray(20, '\x01');
     query.deadline = 0xfffffffffffffff0ull;
     query.reputationDecision = 3;
+    query.iconData = QByteArray("icon");
     NVCUserPolicyResponse response;
     response.decision = 1;
-    response.pathType = 2;
+    response.duration = -1;
+    response.pathType = 0xfffffffeu;
+    response.pid = 4242;
     response.userData = QStringLiteral("über");
     response.query = query;
 
@@ -156,7 +159,9 @@ TEST_F(BusCoding, ResponseWithItsNestedQueryArrivesWhole)
     const auto arrived = NVCUserPolicyResponse::unarchive(receiver.response, &error);
     ASSERT_TRUE(arrived) << error.toStdString();
     EXPECT_EQ(arrived->decision, 1);
-    EXPECT_EQ(arrived->pathType, 2u);
+    EXPECT_EQ(arrived->duration, -1);
+    EXPECT_EQ(arrived->pathType, 0xfffffffeu);
+    EXPECT_EQ(arrived->pid, 4242u);
     EXPECT_EQ(arrived->userData, QStringLiteral("über"));
     EXPECT_TRUE(arrived->path.isNull());
     ASSERT_TRUE(arrived->query);
@@ -167,6 +172,7 @@ TEST_F(BusCoding, ResponseWithItsNestedQueryArrivesWhole)
     EXPECT_EQ(*alone, query);
     EXPECT_EQ(alone->uuid, query.uuid);
     EXPECT_EQ(alone->deadline, query.deadline);
+    EXPECT_EQ(alone->iconData, query.iconData);
     EXPECT_TRUE(alone->teamId.isEmpty() && !alone->teamId.isNull());
     EXPECT_TRUE(alone->processName.isNull());
 }

@@ -5,6 +5,7 @@
 #include "NVCUserPolicyResponse.h"
 #include "PrivateSystemBus.h"
 #include "StandInProcess.h"
+#include "WaitUntil.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -14,17 +15,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
 
 QVariantMap policyArchive(const QString &path)
 {
@@ -105,14 +95,14 @@ TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilence
 
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
-    waitUntil([] { return false; }, 300);
+    settle(300);
     EXPECT_EQ(calls, 0);
 
     NVCQUIVENClient other(connection, NVCNamespace(QString()));
     std::vector<qint64> statuses;
     other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
     ASSERT_TRUE(waitUntil([&] { return !statuses.empty(); }));
-    waitUntil([] { return false; }, 200);
+    settle(200);
     EXPECT_EQ(statuses, std::vector<qint64>{0});
 }
 
@@ -130,7 +120,7 @@ TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
         QStringLiteral("terminate")));
     ASSERT_TRUE(waitUntil([&] { return answer.isFinished(); }));
     EXPECT_EQ(answer.error().type(), QDBusError::AccessDenied);
-    waitUntil([] { return false; }, 200);
+    settle(200);
     EXPECT_FALSE(client.serviceTerminated());
 }
 
@@ -171,7 +161,7 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
     filterd.kill9();
     ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(protocol); }));
     EXPECT_FALSE(client.isRegistered());
-    waitUntil([] { return false; }, 500);
+    settle(500);
     ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
     EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); })) << filterd.output().data();
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
@@ -213,7 +203,7 @@ TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
     std::vector<qint64> statuses;
     client.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
     ASSERT_TRUE(waitUntil([&] { return !statuses.empty(); }));
-    waitUntil([] { return false; }, 200);
+    settle(200);
     EXPECT_EQ(statuses, std::vector<qint64>{0});
 }
 
@@ -230,7 +220,7 @@ TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
     ASSERT_TRUE(read());
     settingsd.kill9();
     ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
-    waitUntil([] { return false; }, 300);
+    settle(300);
     EXPECT_EQ(client.nextRetryDelay().count(), 0) << "no timed retries without subscriptions";
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
 

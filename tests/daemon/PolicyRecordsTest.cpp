@@ -168,36 +168,6 @@ TEST(PolicyQueryText, DescriptionsKeepTheirLogForms)
                                                        "userData:(null)")));
 }
 
-TEST(PolicyRecordCoding, QueryAndResponseSurviveTheirArchive)
-{
-    const NVCPolicyQuery query = typicalQuery();
-    QString error;
-    const std::optional<NVCPolicyQuery> decoded = NVCPolicyQuery::unarchive(query.archive(), &error);
-    ASSERT_TRUE(decoded) << error.toStdString();
-    EXPECT_EQ(*decoded, query);
-    EXPECT_EQ(decoded->uuid, query.uuid);
-    EXPECT_EQ(decoded->deadline, query.deadline);
-    EXPECT_EQ(decoded->iconData, query.iconData);
-    EXPECT_TRUE(decoded->teamId.isEmpty() && !decoded->teamId.isNull());
-
-    NVCUserPolicyResponse response;
-    response.duration = -1;
-    response.pathType = 0xfffffffeu;
-    response.pid = 4242;
-    response.path = QStringLiteral("/home/ana/");
-    response.query = query;
-    const std::optional<NVCUserPolicyResponse> back =
-        NVCUserPolicyResponse::unarchive(response.archive(), &error);
-    ASSERT_TRUE(back) << error.toStdString();
-    EXPECT_EQ(back->duration, -1);
-    EXPECT_EQ(back->pathType, 0xfffffffeu);
-    EXPECT_EQ(back->pid, 4242u);
-    EXPECT_EQ(back->path, response.path);
-    EXPECT_TRUE(back->userData.isNull());
-    ASSERT_TRUE(back->query);
-    EXPECT_EQ(back->query->uuid, query.uuid);
-}
-
 TEST(PolicyRecordCoding, ReputationDecisionComesBackThroughThirtyTwoBits)
 {
     const std::vector<std::pair<quint64, quint64>> cases = {
