@@ -110,10 +110,4 @@ TEST_F(RuleClient, ReadsTheUserRulesetAndSurvivesTheDaemonsTerminateEvent)
     EXPECT_TRUE(save());
 }
 
-TEST_F(RuleClient, PromptNamesTheProduct)
-{
-    EXPECT_EQ(client->authorizationPrompt(),
-              QString::fromUtf8("Norvalis\u2122 QUIVEN wants to update your security policy"));
-}
-
 } // namespace

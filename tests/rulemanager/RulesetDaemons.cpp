@@ -2,8 +2,6 @@
 
 #include "BuildPaths.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -113,20 +111,4 @@ QString RulesetDaemons::failureText() const
         if (process)
             text += QString::fromUtf8(process->output());
     return text;
-}
-
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
-
-void settle(int milliseconds)
-{
-    waitUntil([] { return false; }, milliseconds);
 }

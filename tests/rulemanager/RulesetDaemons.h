@@ -2,11 +2,11 @@
 
 #include "PrivateSystemBus.h"
 #include "StandInProcess.h"
+#include "WaitUntil.h"
 
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QVariantMap>
-#include <functional>
 #include <memory>
 
 // A private bus with the authority (development backend), the settings daemon
@@ -49,8 +49,3 @@ private:
     std::unique_ptr<StandInProcess> m_settingsd;
     std::unique_ptr<StandInProcess> m_filterd;
 };
-
-// Runs the event loop until `condition` holds or the time is up.
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000);
-// Runs the event loop for a while, for checks that something did not happen.
-void settle(int milliseconds = 400);
