@@ -17,16 +17,13 @@ public:
         : m_bytes(R::MinimumSize, '\0')
     {}
 
-    RecordBuilder &u32(std::size_t offset, quint32 value)
+    template <typename T> RecordBuilder &put(std::size_t offset, T value)
     {
         std::memcpy(m_bytes.data() + offset, &value, sizeof value);
         return *this;
     }
-    RecordBuilder &i64(std::size_t offset, qint64 value)
-    {
-        std::memcpy(m_bytes.data() + offset, &value, sizeof value);
-        return *this;
-    }
+    RecordBuilder &u32(std::size_t offset, quint32 value) { return put(offset, value); }
+    RecordBuilder &i64(std::size_t offset, qint64 value) { return put(offset, value); }
     RecordBuilder &text(std::size_t offset, const QByteArray &value)
     {
         std::memcpy(m_bytes.data() + offset, value.constData(), std::size_t(value.size()));

@@ -118,34 +118,24 @@ TEST_F(RuleFileReader, RefusesSymbolicLinksAndFolders)
         << qPrintable(manager.lastErrorMessage());
 }
 
-TEST_F(RuleFileReader, TextEndsAtFirstNul)
+TEST_F(RuleFileReader, LineEndsMarksAndNul)
 {
-    const QString path = scratchFile("nul.rc");
-    install("nul-inside.rc", path);
-    ASSERT_TRUE(manager.addFileContents(path, false));
-    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/tmp/a"});
-}
+    const QString nul = scratchFile("nul.rc");
+    install("nul-inside.rc", nul);
+    ASSERT_TRUE(manager.addFileContents(nul, false));
+    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/tmp/a"}) << "the text ends at the first NUL";
 
-TEST_F(RuleFileReader, ByteOrderMarkDoesNotHideAComment)
-{
-    const QString path = scratchFile("bom.rc");
-    write(path, "\xef\xbb\xbf; saved by an editor that marks UTF-8\nallow path \"/a\" \"any\" r\n");
-    ASSERT_TRUE(manager.addFileContents(path, false));
-    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/a"});
-}
-
-TEST_F(RuleFileReader, EveryLineSeparatorEndsALine)
-{
-    const QString rule = QStringLiteral("allow path \"/p%1\" \"any\" r \"\" \"\" \"0\"");
-    QString text;
+    // A byte order mark must not hide a comment, and every line separator ends a line.
+    QString text = QStringLiteral("\uFEFF; saved by an editor that marks UTF-8\n");
     const QStringList separators{
         "\n", "\r", "\r\n", "\v", "\f", QString(QChar(0x85)), QString(QChar(0x2028)), QString(QChar(0x2029))};
     for (qsizetype i = 0; i < separators.size(); ++i)
-        text += rule.arg(i) + separators[i];
+        text += QStringLiteral("allow path \"/p%1\" \"any\" r \"\" \"\" \"0\"").arg(i) + separators[i];
     const QString path = scratchFile("separators.rc");
     write(path, text.toUtf8());
-    ASSERT_TRUE(manager.addFileContents(path, false));
-    EXPECT_EQ(policiesInReadOrder(manager).size(), separators.size());
+    RuleManager reader;
+    ASSERT_TRUE(reader.addFileContents(path, false));
+    EXPECT_EQ(policiesInReadOrder(reader).size(), separators.size());
 }
 
 // The reader used to bring the process down on this line; now the read fails and

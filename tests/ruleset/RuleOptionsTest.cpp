@@ -25,24 +25,9 @@ public:
     PlistWriter(const PlistWriter &) = delete;
     PlistWriter &operator=(const PlistWriter &) = delete;
 
-    PlistWriter &integer(const char *key, qint64 value)
+    PlistWriter &set(const char *key, plist_t value)
     {
-        plist_dict_set_item(m_root, key, plist_new_uint(uint64_t(value)));
-        return *this;
-    }
-    PlistWriter &boolean(const char *key, bool value)
-    {
-        plist_dict_set_item(m_root, key, plist_new_bool(value));
-        return *this;
-    }
-    PlistWriter &string(const char *key, const char *value)
-    {
-        plist_dict_set_item(m_root, key, plist_new_string(value));
-        return *this;
-    }
-    PlistWriter &real(const char *key, double value)
-    {
-        plist_dict_set_item(m_root, key, plist_new_real(value));
+        plist_dict_set_item(m_root, key, value);
         return *this;
     }
     PlistWriter &nested(const char *key)
@@ -119,9 +104,9 @@ TEST_F(RuleOptions, PreferencesWinOverSetLinesInBothFormats)
     installSystemFiles();
     for (const PlistFormat format : {PlistFormat::Xml, PlistFormat::Binary}) {
         PlistWriter plist;
-        plist.integer("policy.global.webcam", 2)
-            .integer("policy.global.exec", 2)
-            .integer("ui.prompts.oob", -1);
+        plist.set("policy.global.webcam", plist_new_uint(2))
+            .set("policy.global.exec", plist_new_uint(2))
+            .set("ui.prompts.oob", plist_new_uint(uint64_t(-1)));
         write(sharedFile("com.norvalis.QUIVEN.preferences.plist"), plist.bytes(format));
 
         const auto manager = RuleManager::withCurrentUserConfigurationAndLoadDefaultRC(true);
@@ -142,15 +127,15 @@ TEST_F(RuleOptions, PreferencesWinOverSetLinesInBothFormats)
 TEST_F(RuleOptions, ValuesReadAsBooleanOrInteger)
 {
     PlistWriter plist;
-    plist.string("filter.use-tval", "YES")
-        .integer("access.user.restrict", 5)
-        .boolean("access.user.create", false)
-        .string("filter.tval-lookup-hash", " 42abc")
-        .real("filter.tval-lookup-teamid", 3.9)
-        .boolean("access.user.detail", true)
-        .integer("security.hashing.enforce", (1ll << 32) + 3)
+    plist.set("filter.use-tval", plist_new_string("YES"))
+        .set("access.user.restrict", plist_new_uint(5))
+        .set("access.user.create", plist_new_bool(false))
+        .set("filter.tval-lookup-hash", plist_new_string(" 42abc"))
+        .set("filter.tval-lookup-teamid", plist_new_real(3.9))
+        .set("access.user.detail", plist_new_bool(true))
+        .set("security.hashing.enforce", plist_new_uint((1ull << 32) + 3))
         .nested("filter.exec.allow.signed")
-        .string("policy.global.user", "99999999999");
+        .set("policy.global.user", plist_new_string("99999999999"));
     write(sharedFile("com.norvalis.QUIVEN.preferences.plist"), plist.bytes(PlistFormat::Xml));
 
     RuleManager manager;

@@ -52,17 +52,6 @@ TEST(RuleConversions, WordsAndLetters)
     EXPECT_EQ(RuleManager::flagsForWatchRule(watch), "");
 }
 
-TEST(RuleRecords, NewRecordDefaults)
-{
-    PolicyRule rule;
-    EXPECT_FALSE(rule.tag.isNull());
-    EXPECT_TRUE(rule.tag.isEmpty());
-    EXPECT_FALSE(rule.constraint.isNull());
-    EXPECT_TRUE(rule.path.isNull());
-    EXPECT_EQ(rule.created, 0);
-    EXPECT_LE(qAbs(rule.initialized - QDateTime::currentSecsSinceEpoch()), 2);
-}
-
 TEST(RuleRecords, TextForms)
 {
     PolicyRule policy = makePolicy();

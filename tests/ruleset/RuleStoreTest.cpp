@@ -1,5 +1,4 @@
 #include "RuleManager.h"
-#include "RuleSearch.h"
 #include "StoreTestRules.h"
 
 #include <gtest/gtest.h>
@@ -151,22 +150,6 @@ TEST(RuleSortingTest, ComparisonsOrderTextsAsTheTableExpects)
               (QStringList{u"b"_s, u"file1"_s, u"file10"_s, u"File2"_s}));
     EXPECT_EQ(sortedBy(Comparison::LocalizedStandardCompare),
               (QStringList{u"b"_s, u"file1"_s, u"File2"_s, u"file10"_s}));
-}
-
-TEST(RuleSearchTest, AgreesWithQtCaseInsensitiveContains)
-{
-    const QStringList fields{
-        u"/Users/Ärger/Docs"_s, u"/tmp/ÉTÉ"_s, u"/tmp/ete"_s, u"KELVIN \u212A"_s, u"ab"_s, u"aab"_s, u""_s,
-        u"/x/Straße"_s};
-    const QStringList needles{u"ärger"_s, u"été"_s, u"ETE"_s,     u"k"_s,
-                              u"ab"_s,    u"abc"_s, u"STRASSE"_s, u"e/d"_s};
-    for (const QString &needle : needles) {
-        RuleSearch search(needle);
-        for (const QString &field : fields)
-            EXPECT_EQ(search.matches(field), QStringView(field).contains(needle, Qt::CaseInsensitive))
-                << qPrintable(needle) << " in " << qPrintable(field);
-        EXPECT_FALSE(search.matches(QString()));
-    }
 }
 
 } // namespace
