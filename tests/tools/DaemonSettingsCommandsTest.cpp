@@ -21,9 +21,11 @@ protected:
         return runQuivenctl(arguments, {}, services->environment());
     }
 
+    QJsonValue status() { return run({"daemon", "status"}).object()["status"]; }
+
     QJsonObject systemSettings()
     {
-        const QuivenctlRun get = run({QStringLiteral("settings"), QStringLiteral("get")});
+        const QuivenctlRun get = run({"settings", "get"});
         EXPECT_EQ(get.exitCode, 0) << get.err.toStdString();
         return get.object();
     }
@@ -33,70 +35,52 @@ protected:
 
 TEST_F(DaemonSettingsCommands, DaemonCommandsDriveTheFilterDaemon)
 {
-    startServices(QStringLiteral("grant"));
-    const QStringList daemon{QStringLiteral("daemon")};
-
-    EXPECT_EQ(run(daemon + QStringList{QStringLiteral("status")}).object()[QStringLiteral("status")], 1);
-    const QuivenctlRun disable =
-        run(daemon + QStringList{QStringLiteral("disable"), QStringLiteral("--cleanup")});
+    startServices("grant");
+    EXPECT_EQ(status(), 1);
+    const QuivenctlRun disable = run({"daemon", "disable", "--cleanup"});
     EXPECT_EQ(disable.exitCode, 0) << disable.err.toStdString();
-    EXPECT_EQ(disable.object()[QStringLiteral("enabled")], false);
-    EXPECT_EQ(run(daemon + QStringList{QStringLiteral("status")}).object()[QStringLiteral("status")], 0);
-    EXPECT_EQ(run(daemon + QStringList{QStringLiteral("enable")}).exitCode, 0);
-    EXPECT_EQ(run(daemon + QStringList{QStringLiteral("status")}).object()[QStringLiteral("status")], 1);
+    EXPECT_EQ(disable.object()["enabled"], false);
+    EXPECT_EQ(status(), 0);
+    EXPECT_EQ(run({"daemon", "enable"}).exitCode, 0);
+    EXPECT_EQ(status(), 1);
+    EXPECT_EQ(run({"daemon", "reload"}).object()["reloaded"], true);
 
-    const QuivenctlRun reload = run(daemon + QStringList{QStringLiteral("reload")});
-    EXPECT_EQ(reload.exitCode, 0) << reload.err.toStdString();
-    EXPECT_EQ(reload.object()[QStringLiteral("reloaded")], true);
-
-    const QString failsafe = services->sharedFolder() + QStringLiteral("failsafe.rc");
+    const QString failsafe = services->sharedFolder() + "failsafe.rc";
     ASSERT_TRUE(QFile::exists(failsafe));
-    EXPECT_EQ(run(daemon + QStringList{QStringLiteral("delete-failsafe")}).exitCode, 0);
+    EXPECT_EQ(run({"daemon", "delete-failsafe"}).exitCode, 0);
     EXPECT_FALSE(QFile::exists(failsafe));
-    EXPECT_FALSE(QFile::exists(failsafe + QStringLiteral(".strict")));
-}
 
-TEST_F(DaemonSettingsCommands, DaemonRulesAreTheUserFileTheDaemonRead)
-{
-    startServices(QStringLiteral("grant"));
-    QFile userFile(services->sharedFolder() + QStringLiteral("local.quiven.rc"));
+    // The rules are the user file the daemon read.
+    QFile userFile(services->sharedFolder() + "local.quiven.rc");
     ASSERT_TRUE(userFile.open(QIODevice::ReadOnly));
     int watchLines = 0;
     int policyLines = 0;
-    while (!userFile.atEnd()) {
-        const QByteArray line = userFile.readLine();
+    for (const QByteArray &line : userFile.readAll().split('\n')) {
         watchLines += line.startsWith("watch ");
         policyLines += line.startsWith("allow ") || line.startsWith("deny ");
     }
-
-    const QuivenctlRun rules = run({QStringLiteral("daemon"), QStringLiteral("rules")});
+    const QuivenctlRun rules = run({"daemon", "rules"});
     ASSERT_EQ(rules.exitCode, 0) << rules.err.toStdString();
-    const QJsonArray watch = rules.object()[QStringLiteral("watchRules")].toArray();
-    const QJsonArray policy = rules.object()[QStringLiteral("policyRules")].toArray();
+    const QJsonArray watch = rules.object()["watchRules"].toArray();
     EXPECT_EQ(watch.size(), watchLines);
-    EXPECT_EQ(policy.size(), policyLines);
-    EXPECT_TRUE(ruleTexts(watch).contains(
-        QStringLiteral("watch path \"/etc/hosts\" \"any\" wcm \"hosts file changes\"")))
+    EXPECT_EQ(rules.object()["policyRules"].toArray().size(), policyLines);
+    EXPECT_TRUE(ruleTexts(watch).contains("watch path \"/etc/hosts\" \"any\" wcm \"hosts file changes\""))
         << ruleTexts(watch).join(u'\n').toStdString();
 }
 
 TEST_F(DaemonSettingsCommands, GrantedChangesAreMadeAndReported)
 {
-    startServices(QStringLiteral("grant"));
-    const QuivenctlRun ruleset =
-        run({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("ruleset"),
-             QStringLiteral("2"), QStringLiteral("--no-prompt")});
+    startServices("grant");
+    const QuivenctlRun ruleset = run({"settings", "set", "ruleset", "2", "--no-prompt"});
     ASSERT_EQ(ruleset.exitCode, 0) << ruleset.err.toStdString();
-    EXPECT_EQ(ruleset.object()[QStringLiteral("quiven-system-ruleset-in-use")], 2);
-
+    EXPECT_EQ(ruleset.object()["quiven-system-ruleset-in-use"], 2);
     // Without a terminal the tool does not prompt even without --no-prompt.
-    const QuivenctlRun learning = run({QStringLiteral("settings"), QStringLiteral("set"),
-                                       QStringLiteral("learning"), QStringLiteral("on")});
+    const QuivenctlRun learning = run({"settings", "set", "learning", "on"});
     ASSERT_EQ(learning.exitCode, 0) << learning.err.toStdString();
 
     const QJsonObject settings = systemSettings();
-    EXPECT_EQ(settings[QStringLiteral("quiven-system-ruleset-in-use")], 2);
-    EXPECT_EQ(settings[QStringLiteral("quiven-learning-mode")], true);
+    EXPECT_EQ(settings["quiven-system-ruleset-in-use"], 2);
+    EXPECT_EQ(settings["quiven-learning-mode"], true);
 }
 
 TEST_F(DaemonSettingsCommands, RefusedAuthorizationChangesNothing)
@@ -104,11 +88,9 @@ TEST_F(DaemonSettingsCommands, RefusedAuthorizationChangesNothing)
     const std::pair<const char *, const char *> refusals[] = {{"deny", "denied"}, {"cancel", "cancelled"}};
     for (const auto &[answer, message] : refusals) {
         SCOPED_TRACE(answer);
-        startServices(QString::fromLatin1(answer));
+        startServices(answer);
         const QJsonObject before = systemSettings();
-        const QuivenctlRun learning =
-            run({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("learning"),
-                 QStringLiteral("on"), QStringLiteral("--no-prompt")});
+        const QuivenctlRun learning = run({"settings", "set", "learning", "on", "--no-prompt"});
         EXPECT_EQ(learning.exitCode, 1);
         EXPECT_TRUE(learning.out.isEmpty());
         EXPECT_TRUE(learning.err.contains(message)) << learning.err.toStdString();
@@ -116,23 +98,17 @@ TEST_F(DaemonSettingsCommands, RefusedAuthorizationChangesNothing)
     }
 }
 
-TEST_F(DaemonSettingsCommands, UsageErrorsExitTwoAndChangeNothing)
+TEST_F(DaemonSettingsCommands, UsageErrorsAndAMissingDaemon)
 {
-    startServices(QStringLiteral("grant"));
+    startServices("grant");
     const QJsonObject before = systemSettings();
     const QStringList cases[] = {
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("ruleset"), QStringLiteral("3")},
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("ruleset"), QStringLiteral("-1")},
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("learning"),
-         QStringLiteral("yes")},
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("learning")},
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("advanced"), QStringLiteral("on")},
-        {QStringLiteral("settings"), QStringLiteral("get"), QStringLiteral("--no-prompt")},
-        {QStringLiteral("settings")},
-        {QStringLiteral("daemon"), QStringLiteral("explode")},
-        {QStringLiteral("daemon"), QStringLiteral("status"), QStringLiteral("--cleanup")},
-        {QStringLiteral("daemon"), QStringLiteral("disable"), QStringLiteral("--force")},
-        {QStringLiteral("daemon")},
+        {"settings", "set", "ruleset", "3"},
+        {"settings", "set", "learning", "yes"},
+        {"settings", "set", "learning"},
+        {"settings", "get", "--no-prompt"},
+        {"daemon", "explode"},
+        {"daemon", "status", "--cleanup"},
     };
     for (const QStringList &arguments : cases) {
         const QuivenctlRun usage = run(arguments);
@@ -140,21 +116,14 @@ TEST_F(DaemonSettingsCommands, UsageErrorsExitTwoAndChangeNothing)
         EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
     }
     EXPECT_EQ(systemSettings(), before);
-    EXPECT_EQ(run({QStringLiteral("daemon"), QStringLiteral("status")}).object()[QStringLiteral("status")],
-              1);
-}
+    EXPECT_EQ(status(), 1);
 
-TEST_F(DaemonSettingsCommands, AMissingDaemonIsAFailureWithItsErrorText)
-{
-    startServices(QStringLiteral("grant"));
     services->filterDaemon().terminate();
-    ASSERT_TRUE(services->bus().waitForNameGone(QStringLiteral("com.norvalis.nrquivend")));
-    for (const char *action : {"status", "reload", "rules"}) {
-        const QuivenctlRun failed = run({QStringLiteral("daemon"), QString::fromLatin1(action)});
-        EXPECT_EQ(failed.exitCode, 1) << action;
-        EXPECT_TRUE(failed.out.isEmpty()) << action;
-        EXPECT_TRUE(failed.err.contains("com.norvalis.nrquivend")) << failed.err.toStdString();
-    }
+    ASSERT_TRUE(services->bus().waitForNameGone("com.norvalis.nrquivend"));
+    const QuivenctlRun failed = run({"daemon", "status"});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_TRUE(failed.out.isEmpty());
+    EXPECT_TRUE(failed.err.contains("com.norvalis.nrquivend")) << failed.err.toStdString();
 }
 
 } // namespace

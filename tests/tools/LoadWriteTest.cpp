@@ -5,13 +5,6 @@
 
 namespace {
 
-QByteArray preferences(int user)
-{
-    return R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict><key>policy.global.user</key><integer>)" +
-           QByteArray::number(user) + "</integer></dict></plist>\n";
-}
-
 class QuivenctlLoad : public testing::Test
 {
 protected:
@@ -65,21 +58,6 @@ TEST_F(QuivenctlLoad, ReadsUserAndSystemFilesFromTheFolderOverrides)
                            R"(allow prefix "~/src/" "/usr/bin/git" rw "mine" "" "1")"}));
 }
 
-TEST_F(QuivenctlLoad, PreferencesWinOverSetLines)
-{
-    root.write("system/exec.rc", "");
-    root.write("shared/com.norvalis.QUIVEN.preferences.plist", preferences(2));
-    const QJsonObject report = runQuivenctl({"load"}, {}, environment).object();
-    EXPECT_FALSE(filePaths(report).contains("system/user.rc"));
-    EXPECT_TRUE(filePaths(report).contains("system/webcam.rc"));
-    EXPECT_EQ(report["options"][0], QJsonObject({{"name", "filter.use-tval"}, {"value", 0}}));
-}
-
-TEST_F(QuivenctlLoad, RejectsArguments)
-{
-    EXPECT_EQ(runQuivenctl({"load", "some.rc"}, {}, environment).exitCode, 2);
-}
-
 class QuivenctlWrite : public testing::Test
 {
 protected:
@@ -109,13 +87,6 @@ TEST_F(QuivenctlWrite, RoundTripKeepsEveryUserRule)
     EXPECT_EQ(after["rows"].toArray().size(), 4);
 }
 
-TEST_F(QuivenctlWrite, SystemRulesAreNotWritten)
-{
-    const QString out = folder.path("out.rc");
-    EXPECT_EQ(runQuivenctl({"write", "--system", "--out", out, input}).exitCode, 0);
-    EXPECT_EQ(QFile(out).size(), 0);
-}
-
 TEST_F(QuivenctlWrite, FailuresLoseNothing)
 {
     const QString unwritable = folder.path("no/such/folder/out.rc");
@@ -138,6 +109,7 @@ TEST(QuivenctlUsage, UsageErrorsExitWithTwoAndPrintNothingOnStdout)
 {
     const QList<QStringList> cases{{},
                                    {"no-such-command"},
+                                   {"load", "some.rc"},
                                    {"parse"},
                                    {"parse", "--no-such-option", "x.rc"},
                                    {"write", "x.rc"},

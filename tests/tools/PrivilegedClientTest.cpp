@@ -3,31 +3,14 @@
 #include "NVCAuthorizationHolder.h"
 #include "NVCSettingsPrivilegedClient.h"
 #include "PrivateSystemBus.h"
-#include "ServiceStack.h"
 #include "StandInProcess.h"
+#include "WaitUntil.h"
 
 #include <QCoreApplication>
 #include <QDBusContext>
-#include <QDeadlineTimer>
 #include <gtest/gtest.h>
 
 namespace {
-
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 10000)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
-
-void processEventsFor(int milliseconds)
-{
-    waitUntil([] { return false; }, milliseconds);
-}
 
 // Stands in for the settings daemon's authorized interface: records each
 // authorization it gets and whether the authority still honoured it then.
@@ -108,8 +91,8 @@ TEST_F(PrivilegedClientWithoutForm, TheAuthorizationLivesExactlyUntilTheDaemonHa
             answers.push_back(error);
             tokenValidInCallback.push_back(verifier.verify(daemon->tokens.value(0)).granted());
         });
-        ASSERT_TRUE(waitUntil([&] { return !answers.empty(); }));
-        processEventsFor(200);
+        ASSERT_TRUE(waitUntil([&] { return !answers.empty(); }, 10000));
+        settle(200);
 
         ASSERT_EQ(answers.size(), 1u);
         EXPECT_EQ(answers.front().isValid(), refuse) << answers.front().message().toStdString();
@@ -131,30 +114,12 @@ TEST_P(RefusedPrompt, SendsNothingAndNeverCallsBack)
     start(QString::fromLatin1(GetParam()));
     int callbacks = 0;
     client->setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &) { ++callbacks; });
-    processEventsFor(500);
+    settle(500);
     EXPECT_EQ(callbacks, 0);
     EXPECT_TRUE(daemon->tokens.isEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, RefusedPrompt, ::testing::Values("cancel", "deny"));
-
-TEST(PrivilegedClientOnTheStandIns, AChangeWithoutAFormIsMadeByTheSettingsDaemon)
-{
-    ServiceStack services(QStringLiteral("grant"));
-    ASSERT_TRUE(services.startError().isEmpty()) << services.startError().toStdString();
-    NVCSettingsPrivilegedClient client(services.bus().connect(QStringLiteral("client")),
-                                       NVCNamespace(QString()));
-    std::optional<QDBusError> answer;
-    client.setQUIVENSystemRuleSet(2, std::nullopt, [&](const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
-
-    std::optional<QVariantMap> settings;
-    client.getSystemSettingsWithReply(
-        [&](const QVariantMap &received, const QDBusError &) { settings = received; });
-    ASSERT_TRUE(waitUntil([&] { return settings.has_value(); }));
-    EXPECT_EQ(settings->value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
-}
 
 } // namespace
 

@@ -73,13 +73,3 @@ void PrintTo(const QJsonValue &value, std::ostream *os)
 {
     *os << QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact).toStdString();
 }
-
-void PrintTo(const QJsonObject &object, std::ostream *os)
-{
-    *os << QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
-}
-
-void PrintTo(const QJsonArray &array, std::ostream *os)
-{
-    *os << QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
-}

@@ -39,8 +39,6 @@ private:
 void PrintTo(const QString &text, std::ostream *os);
 void PrintTo(const QStringList &list, std::ostream *os);
 void PrintTo(const QJsonValue &value, std::ostream *os);
-void PrintTo(const QJsonObject &object, std::ostream *os);
-void PrintTo(const QJsonArray &array, std::ostream *os);
 
 // The "text" field of every rule in a JSON array, in order.
 QStringList ruleTexts(const QJsonArray &rules);

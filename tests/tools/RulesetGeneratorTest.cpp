@@ -38,26 +38,6 @@ TEST(RulesetGenerator, EveryLineIsReadAndValidAndTheSharedGroupHasItsSize)
     EXPECT_GT(manager->watchRules().size(), 20);
 }
 
-TEST(RulesetGenerator, CoversTheFormsOfTheFileFormat)
-{
-    const QString text = QString::fromUtf8(generateRuleset({5000, 3, 0}));
-    for (const char *form : {" via /", " via any\"", "\"any via ", "\"any ancestor /", "\"APPLE_PF_BINARY\"",
-                             "\"APPLECOMPUTER\"", "\"\" \"", "\nwatch ", "\nset ", "\"any\"", "My Files"})
-        EXPECT_TRUE(text.contains(QLatin1String(form))) << form;
-
-    const std::unique_ptr<RuleManager> manager = load(text.toUtf8());
-    QSet<qsizetype> constraintLengths;
-    bool tagWithSpace = false;
-    for (const RuleBasePtr &rule : manager->compositeIndex()) {
-        constraintLengths.insert(rule->constraint.size());
-        tagWithSpace = tagWithSpace || rule->tag.contains(' ');
-    }
-    EXPECT_TRUE(constraintLengths.contains(10));
-    EXPECT_TRUE(constraintLengths.contains(40));
-    EXPECT_TRUE(constraintLengths.contains(64));
-    EXPECT_TRUE(tagWithSpace);
-}
-
 TEST(RulesetGenerator, DeterministicPerSeed)
 {
     EXPECT_EQ(generateRuleset({500, 1, 50}), generateRuleset({500, 1, 50}));
