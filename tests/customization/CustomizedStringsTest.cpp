@@ -42,11 +42,4 @@ TEST_F(CustomizedStrings, GermanCatalogFromResources)
     EXPECT_EQ(strings.quivenName(), QString::fromUtf8("Norvalis™ QUIVEN"));
 }
 
-TEST_F(CustomizedStrings, NoCatalogForUnsupportedLanguage)
-{
-    EXPECT_FALSE(installCustomizedTranslations(QLocale(QLocale::Japanese)));
-    EXPECT_EQ(strings.customizedAuthorizationMessageWithApplicationName(QStringLiteral("A")),
-              QStringLiteral("A wants to make changes."));
-}
-
 } // namespace
