@@ -21,28 +21,6 @@ QStringList paths(const QList<PolicyRulePtr> &rules)
     return result;
 }
 
-TEST(RuleSearchAtScale, FirstUnitFoldedFromOutsideAscii)
-{
-    // Only a non-ASCII unit that folds into ASCII starts each match.
-    const struct
-    {
-        QString needle;
-        QString field;
-        bool matches;
-    } cases[] = {
-        {u"key"_s, u"/\u212Aey"_s, true}, {u"KEY"_s, u"\u212AEY"_s, true},  {u"stop"_s, u"\u017Ftop"_s, true},
-        {u"st"_s, u"a\u017Fb"_s, false},  {u"k"_s, u"\u212A"_s, true},      {u"é"_s, u"/tmp/É"_s, true},
-        {u"backup"_s, u"BACKUP"_s, true}, {u"/home/"_s, u"/HOME"_s, false}, {u"{"_s, u"["_s, false},
-        {u"@"_s, u"`"_s, false},
-    };
-    for (const auto &c : cases) {
-        RuleSearch search(c.needle);
-        EXPECT_EQ(search.matches(c.field), c.matches)
-            << qPrintable(c.needle) << " in " << qPrintable(c.field);
-        EXPECT_EQ(search.matches(c.field), QStringView(c.field).contains(c.needle, Qt::CaseInsensitive));
-    }
-}
-
 TEST(RuleSearchAtScale, AgreesWithQtOnRandomTexts)
 {
     const QString alphabet = u"aAbBkKsS/_.[{@`\u212A\u017F\u00DF\u00E9\u00C9\u0130i"_s;
