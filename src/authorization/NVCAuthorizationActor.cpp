@@ -11,7 +11,7 @@ NVCAuthorizationActor::NVCAuthorizationActor(int kind, const QString &localizedR
     , m_kind(kind)
     , m_localizedReason(localizedReason)
     , m_authorizationUtility(std::move(authorizationUtility))
-    , m_subscribersStorage(std::make_shared<NVCAuthorizationStateSubscribers>())
+    , m_subscribersStorage(NVCBlockSubscriberStorage<int>::create())
 {
     setObjectName(QStringLiteral("com.norvalis.NVCAuthorizationActor"));
     m_revokingAuthorizationTimer.setInterval(revocationInterval);
@@ -123,7 +123,8 @@ void NVCAuthorizationActor::updateWithAuthorizationHolder(
         state = m_authorizationState;
     }
     qCInfo(lcNVCAuthorizationActor) << "Authorization state" << state;
-    m_subscribersStorage->notify(state);
+    m_subscribersStorage->enumerateSubscribers(
+        [state](const StateSubscriber &subscriber) { subscriber.block()(state); });
 }
 
 void NVCAuthorizationActor::revokePermissions()
@@ -132,12 +133,18 @@ void NVCAuthorizationActor::revokePermissions()
     updateWithAuthorizationHolder(nullptr);
 }
 
-std::shared_ptr<NVCAuthorizationStateSubscribers::Subscriber>
-NVCAuthorizationActor::subscribeToAuthorizationState(NVCAuthorizationStateSubscribers::Block block)
+std::shared_ptr<NVCAuthorizationActor::StateSubscriber>
+NVCAuthorizationActor::subscribeToAuthorizationState(StateSubscriber::Block block)
 {
-    auto subscriber = m_subscribersStorage->add(block);
-    if (block)
-        block(authorizationState());
+    // The block itself is the token: it is kept on the heap so that its address stays put.
+    auto heldBlock = std::make_shared<StateSubscriber::Block>(std::move(block));
+    auto subscriber = std::make_shared<StateSubscriber>(heldBlock.get(), [heldBlock](int state) {
+        if (*heldBlock)
+            (*heldBlock)(state);
+    });
+    m_subscribersStorage->addSubscriber(subscriber);
+    if (*heldBlock)
+        (*heldBlock)(authorizationState());
     return subscriber;
 }
 

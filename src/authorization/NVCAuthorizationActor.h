@@ -3,7 +3,7 @@
 #include "NVCAuthorization.h"
 #include "NVCAuthorizationHolder.h"
 #include "NVCAuthorizationHolderVerifier.h"
-#include "NVCAuthorizationStateSubscribers.h"
+#include "NVCBlockSubscriber.h"
 
 #include <QObject>
 #include <QRecursiveMutex>
@@ -48,8 +48,10 @@ public:
     void obtainAuthorizationWithReply(const HolderReply &reply);
     void updateWithAuthorizationHolder(const std::shared_ptr<NVCAuthorizationHolder> &holder);
     void revokePermissions();
-    std::shared_ptr<NVCAuthorizationStateSubscribers::Subscriber>
-    subscribeToAuthorizationState(NVCAuthorizationStateSubscribers::Block block);
+    using StateSubscriber = NVCBlockSubscriber<int>;
+    // Calls `block` at once with the current state and on every change, until
+    // the returned subscriber is cancelled.
+    std::shared_ptr<StateSubscriber> subscribeToAuthorizationState(StateSubscriber::Block block);
 
 private:
     void createHolderWithReply(const HolderReply &reply);
@@ -63,7 +65,7 @@ private:
     std::shared_ptr<NVCAuthorization> m_authorizationUtility;
     std::shared_ptr<NVCLocalAuthenticationContext> m_localAuthenticationContext;
     NVCAuthorizationHolderVerifier m_authorizationVerifier;
-    std::shared_ptr<NVCAuthorizationStateSubscribers> m_subscribersStorage;
+    std::shared_ptr<NVCBlockSubscriberStorage<int>> m_subscribersStorage;
     QTimer m_revokingAuthorizationTimer;
     // Stands in for the actor's serial queue: holder and state change together.
     mutable QRecursiveMutex m_mutex;
