@@ -61,6 +61,12 @@ RuleBasePtr ruleFromFieldOptions(const QCommandLineParser &parser, QString *erro
         return nullptr;
     }
     const QString letters = parser.value(kOperations);
+    // A line without operation letters reads back with its later fields shifted by one.
+    if (letters.isEmpty()) {
+        *error =
+            QStringLiteral("invalid rule: give at least one operation with --operations (r, w, c, m, x)");
+        return nullptr;
+    }
     for (const QChar letter : letters) {
         if (!kOperationLetters.contains(letter)) {
             *error =
@@ -82,7 +88,8 @@ RuleBasePtr ruleFromFieldOptions(const QCommandLineParser &parser, QString *erro
     rule->processName = parent.isEmpty() ? parser.value(kProcess)
                                          : QStringLiteral("%1 via %2").arg(parser.value(kProcess), parent);
     rule->operations = RuleManager::operationsForString(letters);
-    rule->tag = parser.value(kTag);
+    if (parser.isSet(kTag))
+        rule->tag = parser.value(kTag);
     if (parser.isSet(kConstraint))
         rule->constraint = parser.value(kConstraint);
     rule->created = QDateTime::currentSecsSinceEpoch();
