@@ -1,17 +1,15 @@
 #include "BuildPaths.h"
+#include "DaemonStack.h"
 #include "NVCQUIVENClient.h"
 #include "NVCQUIVENDaemonRuleProtocolProxy.h"
 #include "NVCSettingsPrivilegedClient.h"
 #include "NVCUserPolicyResponse.h"
-#include "PrivateSystemBus.h"
-#include "StandInProcess.h"
 #include "WaitUntil.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -29,34 +27,13 @@ class DaemonIntegration : public ::testing::Test
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")))
-            << settingsd.output().data();
-        ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
+        ASSERT_TRUE(daemons.startSettingsd() && daemons.startFilterd())
+            << daemons.failureText().toStdString();
         connection = bus.connect(QStringLiteral("client"));
     }
 
-    QString sharedDir() const { return root.filePath(QStringLiteral("shared")) + '/'; }
-
-    PrivateSystemBus bus;
-    QTemporaryDir root;
-    // The daemons take their folders from the environment they start with.
-    QProcessEnvironment env = [this] {
-        QDir().mkpath(root.filePath(QStringLiteral("system")));
-        QDir().mkpath(sharedDir());
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR"),
-                           root.filePath(QStringLiteral("system")) + '/');
-        environment.insert(QStringLiteral("QUIVEN_SHARED_DIR"), sharedDir());
-        return environment;
-    }();
-    StandInProcess settingsd{quiven::test::builtBinary(QStringLiteral("services/settingsd/quiven-settingsd")),
-                             {QStringLiteral("--insecure-dev"), QStringLiteral("--state-dir"),
-                              root.filePath(QStringLiteral("state"))},
-                             env};
-    StandInProcess filterd{quiven::test::builtBinary(QStringLiteral("services/filterd/quiven-filterd")),
-                           {QStringLiteral("--insecure-dev")},
-                           env};
+    DaemonStack daemons{DaemonStack::Checks::InsecureDev};
+    PrivateSystemBus &bus = daemons.bus();
     QDBusConnection connection{QString()};
 };
 
@@ -74,12 +51,12 @@ TEST_F(DaemonIntegration, FilterClientCallsReachTheDaemon)
     EXPECT_EQ(*status, 0);
 
     QFile::copy(QStringLiteral(QUIVEN_SOURCE_DIR "/dbus/com.norvalis.nrquivend.conf"),
-                sharedDir() + "failsafe.rc");
+                daemons.sharedFolder() + "failsafe.rc");
     QFile::copy(QStringLiteral(QUIVEN_SOURCE_DIR "/dbus/com.norvalis.nrquivend.conf"),
-                sharedDir() + "failsafe.rc.strict");
+                daemons.sharedFolder() + "failsafe.rc.strict");
     client.deleteFailsafeLog();
-    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(sharedDir() + "failsafe.rc.strict"); }));
-    EXPECT_FALSE(QFile::exists(sharedDir() + "failsafe.rc"));
+    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(daemons.sharedFolder() + "failsafe.rc.strict"); }));
+    EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
 
     client.registerUserAgent();
     EXPECT_TRUE(waitUntil([&] { return client.isRegistered(); }));
@@ -90,7 +67,7 @@ TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilence
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     ASSERT_TRUE(waitUntil(
         [&] { return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol")); }));
-    filterd.terminate();
+    daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 
     int calls = 0;
@@ -142,7 +119,7 @@ TEST_F(DaemonIntegration, TerminateReachesAClientOfAnotherUser)
     }
     ASSERT_TRUE(output.contains("subscribed")) << probe.readAllStandardError().data();
 
-    filterd.terminate();
+    daemons.filterd().terminate();
     ASSERT_TRUE(probe.waitForFinished(10000));
     output += probe.readAllStandardOutput();
     EXPECT_TRUE(output.contains("terminated")) << probe.readAllStandardError().data();
@@ -158,16 +135,17 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
     client.registerUserAgent();
     ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
 
-    filterd.kill9();
+    daemons.filterd().kill9();
     ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(protocol); }));
     EXPECT_FALSE(client.isRegistered());
     settle(500);
-    ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
-    EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); })) << filterd.output().data();
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }))
+        << daemons.filterd().output().data();
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
 
     // The renewed subscription still delivers the terminate event.
-    filterd.terminate();
+    daemons.filterd().terminate();
     EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 }
 
@@ -179,13 +157,13 @@ TEST_F(DaemonIntegration, RetriesSlowDownAfterThirtyFailuresAndOneSuccessResetsT
     const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
     ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
 
-    filterd.kill9();
+    daemons.filterd().kill9();
     ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() < 30; }));
     EXPECT_EQ(client.nextRetryDelay(), milliseconds(5));
     ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() == 0; }));
     EXPECT_EQ(client.nextRetryDelay(), milliseconds(400));
 
-    ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
     ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
 }
@@ -218,13 +196,13 @@ TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
         return waitUntil([&] { return settings.has_value(); });
     };
     ASSERT_TRUE(read());
-    settingsd.kill9();
+    daemons.settingsd().kill9();
     ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
     settle(300);
     EXPECT_EQ(client.nextRetryDelay().count(), 0) << "no timed retries without subscriptions";
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
 
-    ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")));
+    ASSERT_TRUE(daemons.startSettingsd());
     ASSERT_TRUE(read());
     EXPECT_TRUE(settings->contains(QStringLiteral("quiven-system-ruleset-in-use")));
 }
@@ -240,9 +218,11 @@ TEST_F(DaemonIntegration, SubscriptionsOfAClientThatLeftTheBusAreDropped)
         client.shutdownWithoutUnsubscribe();
         QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
     }
-    EXPECT_TRUE(filterd.waitForOutput("left the bus; dropped 1 subscriptions")) << filterd.output().data();
-    filterd.terminate();
-    EXPECT_TRUE(filterd.output().contains("terminating; telling 0 subscribers")) << filterd.output().data();
+    EXPECT_TRUE(daemons.filterd().waitForOutput("left the bus; dropped 1 subscriptions"))
+        << daemons.filterd().output().data();
+    daemons.filterd().terminate();
+    EXPECT_TRUE(daemons.filterd().output().contains("terminating; telling 0 subscribers"))
+        << daemons.filterd().output().data();
 }
 
 TEST_F(DaemonIntegration, MalformedRecordsAreRefusedAndTheDaemonKeepsServing)
@@ -296,10 +276,11 @@ TEST_F(DaemonIntegration, UserRulesetIsSavedAtomicallyAnnouncedAndBadRecordsAreR
     saved.waitForFinished();
     ASSERT_FALSE(saved.isError()) << saved.error().message().toStdString();
 
-    QFile file(sharedDir() + "local.quiven.rc");
+    QFile file(daemons.sharedFolder() + "local.quiven.rc");
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_TRUE(file.readAll().contains("/tmp/x"));
-    EXPECT_EQ(QDir(sharedDir()).entryList(QDir::Files), QStringList{QStringLiteral("local.quiven.rc")});
+    EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files),
+              QStringList{QStringLiteral("local.quiven.rc")});
 
     auto ruleset = rules.getUserRuleset();
     ruleset.waitForFinished();
@@ -343,8 +324,8 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
     EXPECT_EQ(answer->name(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
 
     // The setting survives a restart of the daemon.
-    settingsd.terminate();
-    ASSERT_TRUE(settingsd.start(bus, QStringLiteral("com.norvalis.nrsettingsd")));
+    daemons.settingsd().terminate();
+    ASSERT_TRUE(daemons.startSettingsd());
     std::optional<QVariantMap> reread;
     client.getSystemSettingsWithReply(
         [&](const QVariantMap &settings, const QDBusError &) { reread = settings; });

@@ -1,7 +1,8 @@
 #include "NVCQUIVENRuleClient.h"
 
+#include "DaemonStack.h"
 #include "NVCSettingsClient.h"
-#include "RulesetDaemons.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -54,7 +55,7 @@ protected:
     }
 
     const QString protocol = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);
-    RulesetDaemons daemons;
+    DaemonStack daemons;
     QDBusConnection connection{QString()};
     std::unique_ptr<NVCQUIVENRuleClient> client;
 };

@@ -1,6 +1,7 @@
+#include "DaemonStack.h"
 #include "NVCRuleManager.h"
 #include "NVCSettingsClient.h"
-#include "RulesetDaemons.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -44,7 +45,7 @@ protected:
         manager = std::make_unique<NVCRuleManager>(connection, NVCNamespace(QString()));
     }
 
-    RulesetDaemons daemons;
+    DaemonStack daemons;
     QDBusConnection connection{QString()};
     std::unique_ptr<NVCRuleManager> manager;
 };

@@ -1,6 +1,7 @@
+#include "DaemonStack.h"
 #include "NVCRuleManager.h"
 #include "NVCSettingsClient.h"
-#include "RulesetDaemons.h"
+#include "WaitUntil.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -72,7 +73,7 @@ protected:
     }
 
     const QString policyChanged = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);
-    std::unique_ptr<RulesetDaemons> daemons = std::make_unique<RulesetDaemons>();
+    std::unique_ptr<DaemonStack> daemons = std::make_unique<DaemonStack>();
     QDBusConnection connection{QString()};
     std::unique_ptr<NVCRuleManager> manager;
     int updates = 0;
@@ -137,7 +138,7 @@ TEST_F(RuleManagerSave, RefusedOrCancelledAuthorizationSendsNothing)
         SCOPED_TRACE(entry.answer.toStdString());
         manager.reset();
         daemons.reset();
-        daemons = std::make_unique<RulesetDaemons>();
+        daemons = std::make_unique<DaemonStack>();
         updates = 0;
         start(entry.answer);
         manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/refused")));

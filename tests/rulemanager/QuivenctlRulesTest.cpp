@@ -1,5 +1,5 @@
+#include "DaemonStack.h"
 #include "QuivenctlRunner.h"
-#include "RulesetDaemons.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -39,7 +39,7 @@ protected:
         return runQuivenctl(QStringList{"rules"} + arguments, {}, daemons.environment());
     }
 
-    RulesetDaemons daemons;
+    DaemonStack daemons;
     QTemporaryDir scratch;
 };
 

@@ -1,5 +1,5 @@
+#include "DaemonStack.h"
 #include "QuivenctlRunner.h"
-#include "ServiceStack.h"
 
 #include <QFile>
 #include <gtest/gtest.h>
@@ -12,8 +12,10 @@ class DaemonSettingsCommands : public ::testing::Test
 protected:
     void startServices(const QString &authorityAnswer)
     {
-        services = std::make_unique<ServiceStack>(authorityAnswer);
-        ASSERT_TRUE(services->startError().isEmpty()) << services->startError().toStdString();
+        services.reset();
+        services = std::make_unique<DaemonStack>();
+        ASSERT_TRUE(services->copyDemoRuleset());
+        ASSERT_TRUE(services->start(authorityAnswer)) << services->failureText().toStdString();
     }
 
     QuivenctlRun run(const QStringList &arguments)
@@ -30,7 +32,7 @@ protected:
         return get.object();
     }
 
-    std::unique_ptr<ServiceStack> services;
+    std::unique_ptr<DaemonStack> services;
 };
 
 TEST_F(DaemonSettingsCommands, DaemonCommandsDriveTheFilterDaemon)
@@ -118,7 +120,7 @@ TEST_F(DaemonSettingsCommands, UsageErrorsAndAMissingDaemon)
     EXPECT_EQ(systemSettings(), before);
     EXPECT_EQ(status(), 1);
 
-    services->filterDaemon().terminate();
+    services->filterd().terminate();
     ASSERT_TRUE(services->bus().waitForNameGone("com.norvalis.nrquivend"));
     const QuivenctlRun failed = run({"daemon", "status"});
     EXPECT_EQ(failed.exitCode, 1);

@@ -1,9 +1,7 @@
-#include "BuildPaths.h"
+#include "DaemonStack.h"
 #include "NVCAuthorityVerifier.h"
 #include "NVCAuthorizationHolder.h"
 #include "NVCSettingsPrivilegedClient.h"
-#include "PrivateSystemBus.h"
-#include "StandInProcess.h"
 #include "WaitUntil.h"
 
 #include <QCoreApplication>
@@ -50,14 +48,7 @@ class PrivilegedClientWithoutForm : public ::testing::Test
 protected:
     void start(const QString &authorityAnswer)
     {
-        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QUIVEN_DEV_AUTH"), authorityAnswer);
-        authority = std::make_unique<StandInProcess>(
-            quiven::test::builtBinary(QStringLiteral("services/authority/quiven-authd")),
-            QStringList{QStringLiteral("--dev-backend")}, environment);
-        ASSERT_TRUE(authority->start(bus, QStringLiteral("com.norvalis.nrauthd")))
-            << authority->output().data();
+        ASSERT_TRUE(daemons.startAuthority(authorityAnswer)) << daemons.failureText().toStdString();
 
         QDBusConnection daemonBus = bus.connect(QStringLiteral("recording-settingsd"));
         daemon = std::make_unique<RecordingSettingsDaemon>(daemonBus);
@@ -70,8 +61,8 @@ protected:
         client->customizedAuthMessage = QStringLiteral("Tests want to make changes.");
     }
 
-    PrivateSystemBus bus;
-    std::unique_ptr<StandInProcess> authority;
+    DaemonStack daemons;
+    PrivateSystemBus &bus = daemons.bus();
     std::unique_ptr<RecordingSettingsDaemon> daemon;
     std::unique_ptr<NVCSettingsPrivilegedClient> client;
 };
