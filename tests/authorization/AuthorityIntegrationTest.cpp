@@ -1,9 +1,10 @@
-#include "AuthorityProcess.h"
 #include "BuildPaths.h"
+#include "DaemonStack.h"
 #include "NVCAuthorityVerifier.h"
 #include "NVCAuthorization.h"
 #include "NVCAuthorizationActor.h"
 #include "NVCAuthorizationHolder.h"
+#include "ProbeRunner.h"
 #include "WaitUntil.h"
 
 #include <QDBusMessage>
@@ -20,9 +21,7 @@ class AuthorityTest : public ::testing::Test
 protected:
     void startAuthority(const QString &answer = QStringLiteral("grant"), const QStringList &arguments = {})
     {
-        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        authority = startDevAuthority(bus, answer, arguments);
-        ASSERT_TRUE(authority) << "authority did not start";
+        ASSERT_TRUE(daemons.startAuthority(answer, arguments)) << daemons.failureText().toStdString();
         connection = bus.connect(QStringLiteral("client"));
         utility = std::make_shared<NVCAuthorization>(connection);
         verifier = std::make_unique<NVCAuthorityVerifier>(connection);
@@ -36,8 +35,8 @@ protected:
         return reference;
     }
 
-    PrivateSystemBus bus;
-    std::unique_ptr<StandInProcess> authority;
+    DaemonStack daemons;
+    PrivateSystemBus &bus = daemons.bus();
     QDBusConnection connection{QString()};
     std::shared_ptr<NVCAuthorization> utility;
     std::unique_ptr<NVCAuthorityVerifier> verifier;
@@ -110,7 +109,7 @@ TEST_F(AuthorityTest, RefusedAndCancelledRequestsGiveNoToken)
         EXPECT_FALSE(reference);
         // The answer also holds for requests that may not prompt.
         EXPECT_EQ(utility->create(&reference, QString(), kAuthorizationFlagExtendRights), status) << answer;
-        authority->terminate();
+        daemons.authority().terminate();
         ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrauthd")));
     }
 }
@@ -172,12 +171,12 @@ TEST_F(AuthorityTest, ActorKeepsAnAdministratorAuthorizationUntilItLapses)
 TEST_F(AuthorityTest, TokensBelongToTheUserWhoAskedForThem)
 {
     startAuthority();
-    ASSERT_TRUE(openBusToEveryone(bus));
+    ASSERT_TRUE(bus.allowOtherUsers());
     AuthorizationRef rootsReference = grant();
     const QString rootsToken = QString::fromLatin1(rootsReference->token().toHex());
 
     const ProbeOutput stranger = runProbe(bus, {QStringLiteral("valid"), rootsToken}, true);
-    ASSERT_TRUE(stranger.ran) << authority->output().toStdString();
+    ASSERT_TRUE(stranger.ran) << daemons.authority().output().toStdString();
     EXPECT_EQ(stranger.fields, QStringList{QStringLiteral("0")});
     const ProbeOutput revoke = runProbe(bus, {QStringLiteral("destroy"), rootsToken}, true);
     ASSERT_TRUE(revoke.ran);

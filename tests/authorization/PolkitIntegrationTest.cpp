@@ -1,6 +1,7 @@
-#include "AuthorityProcess.h"
 #include "AuthorizationStatus.h"
 #include "BuildPaths.h"
+#include "ProbeRunner.h"
+#include "StandInProcess.h"
 
 #include <QDir>
 #include <QFile>
@@ -69,7 +70,7 @@ TEST(PolkitAuthority, AnswersAsThePolicySays)
         PrivateSystemBus bus({sourceFile(QStringLiteral("tests/authorization/polkit-test-bus.conf"))});
         ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
         // polkitd and the unprivileged client both need to reach the socket.
-        ASSERT_TRUE(openBusToEveryone(bus));
+        ASSERT_TRUE(bus.allowOtherUsers());
         auto polkit = startPolkit(bus, actions.path());
         if (!polkit)
             GTEST_SKIP() << "polkitd cannot run on a private bus here";

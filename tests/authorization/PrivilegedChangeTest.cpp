@@ -1,14 +1,10 @@
-#include "AuthorityProcess.h"
-#include "BuildPaths.h"
+#include "DaemonStack.h"
 #include "NVCAuthorization.h"
 #include "NVCAuthorizationHolder.h"
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
-
-using namespace quiven::test;
 
 namespace {
 
@@ -18,16 +14,9 @@ class PrivilegedChangeTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        authority = startDevAuthority(bus, QStringLiteral("grant"));
-        ASSERT_TRUE(authority);
-        settings = std::make_unique<StandInProcess>(
-            builtBinary(QStringLiteral("services/settingsd/quiven-settingsd")),
-            QStringList{QStringLiteral("--state-dir"), state.path()},
-            QProcessEnvironment::systemEnvironment());
-        ASSERT_TRUE(settings->start(bus, QStringLiteral("com.norvalis.nrsettingsd")))
-            << settings->output().data();
-        connection = bus.connect(QStringLiteral("client"));
+        ASSERT_TRUE(daemons.startAuthority(QStringLiteral("grant")) && daemons.startSettingsd())
+            << daemons.failureText().toStdString();
+        connection = daemons.bus().connect(QStringLiteral("client"));
         utility = std::make_shared<NVCAuthorization>(connection);
     }
 
@@ -56,10 +45,7 @@ protected:
         return NVCAuthorizationHolder::withAuthorization(reference, utility, true)->archive();
     }
 
-    PrivateSystemBus bus;
-    QTemporaryDir state;
-    std::unique_ptr<StandInProcess> authority;
-    std::unique_ptr<StandInProcess> settings;
+    DaemonStack daemons;
     QDBusConnection connection{QString()};
     std::shared_ptr<NVCAuthorization> utility;
 };
@@ -93,7 +79,7 @@ TEST_F(PrivilegedChangeTest, MissingForgedOrRevokedAuthorizationChangesNothing)
         EXPECT_EQ(reply.type(), QDBusMessage::ErrorMessage);
         EXPECT_FALSE(learningMode());
     }
-    EXPECT_TRUE(settings->isRunning());
+    EXPECT_TRUE(daemons.settingsd().isRunning());
 }
 
 } // namespace

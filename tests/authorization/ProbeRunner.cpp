@@ -1,0 +1,27 @@
+#include "ProbeRunner.h"
+
+#include "BuildPaths.h"
+
+#include <QProcess>
+
+namespace quiven::test {
+
+ProbeOutput runProbe(const PrivateSystemBus &bus, const QStringList &arguments, bool unprivileged)
+{
+    const QString probe = builtBinary(QStringLiteral("tests/authorization/quiven-auth-probe"));
+    QProcess process;
+    process.setProcessEnvironment(bus.environment());
+    if (unprivileged)
+        process.start(QStringLiteral("setpriv"),
+                      QStringList{QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                                  QStringLiteral("--clear-groups"), probe} +
+                          arguments);
+    else
+        process.start(probe, arguments);
+    if (!process.waitForFinished(30000) || process.exitCode() != 0)
+        return {};
+    return {true,
+            QString::fromLatin1(process.readAllStandardOutput()).trimmed().split(u' ', Qt::SkipEmptyParts)};
+}
+
+} // namespace quiven::test
