@@ -90,6 +90,9 @@ TEST_F(RulesCommand, InvalidInputIsRefusedAndNothingIsSaved)
         {{"--class", "deny", "--type", "path", "--path", "/x", "--process", "any", "--operations", "rq"},
          1,
          "operation"},
+        {{"--class", "deny", "--type", "path", "--path", "/x", "--process", "any"},
+         1,
+         "at least one operation"},
         {{"--class", "deny", "--type", "path", "--process", "any"}, 2, "--path is required"},
     };
     for (const auto &entry : cases) {
