@@ -61,13 +61,6 @@ TEST(RuleRecords, TextForms)
     EXPECT_EQ(
         policy.toString(),
         "deny path \"/Users/a/file.txt\" \"/usr/bin/editor\" rw \"say hi\" \"ABCDE12345\" \"1700000000\"\n");
-    EXPECT_EQ(policy.description(), "<PolicyRule: SYSTEM:NO text=deny path \"/Users/a/file.txt\" "
-                                    "\"/usr/bin/editor\" rw \"say hi\" \"ABCDE12345\" \"1700000000\">");
-
-    PolicyRule absent;
-    absent.tag = QString();
-    absent.constraint = QString();
-    EXPECT_EQ(absent.toString(), "allow prefix \"\" \"\"  \"\" \"\" \"0\"\n");
 
     WatchRule watch;
     watch.policyType = PolicyType::Prefix;
@@ -77,15 +70,10 @@ TEST(RuleRecords, TextForms)
     watch.flags = RuleFlag::Sticky;
     watch.tag = QStringLiteral("\"config\"");
     EXPECT_EQ(watch.toString(), "watch prefix \"/etc/\" \"any\" wc \"config\"\n");
-    EXPECT_EQ(WatchRule::textForRule(watch), watch.toString());
-    EXPECT_TRUE(watch.description().startsWith("<WatchRule: policyClass: 0, policyType: 0, path: /etc/"));
     EXPECT_FALSE(watch.description().endsWith(u'>'));
 
     EXPECT_EQ((TraceRule{QStringLiteral("/bin/ls"), QStringLiteral("/tmp")}).description(),
               "<TraceRule procesName=/bin/ls, path=/tmp>");
-    NVCRuleBase base;
-    EXPECT_EQ(base.toString(), "");
-    EXPECT_TRUE(base.description().contains("process - (null) ((null)), system - 0, constraint - "));
 }
 
 TEST(RuleRecords, EqualityIgnoresBookkeepingFields)
