@@ -56,19 +56,6 @@ TEST(AuthorizationActor, GrantedHolderLapsesAfterTheRevocationInterval)
     EXPECT_EQ(states.size(), 3u);
 }
 
-TEST(AuthorizationActor, AskingAgainRestartsTheTimer)
-{
-    NVCAuthorizationActor actor(NVCAuthorizationActor::LocalAuthenticationContext, QStringLiteral("reason"),
-                                unreachableAuthority(), 300ms);
-    ASSERT_TRUE(ask(actor).holder->hasLocalAuthenticationContext());
-    QThread::msleep(200);
-    ASSERT_TRUE(ask(actor).holder);
-    QThread::msleep(150);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::Held);
-    EXPECT_TRUE(waitUntil([&] { return actor.authorizationState() == NVCAuthorizationActor::None; }, 2000));
-}
-
 TEST(AuthorizationActor, CancelledSubscribersHearNothingMore)
 {
     NVCAuthorizationActor actor(NVCAuthorizationActor::EmptyAuthorization, QString(), unreachableAuthority());

@@ -33,32 +33,29 @@ CheckResult check(NVCAuthorizationHolder &holder)
 const QByteArray kToken =
     QByteArray::fromHex("00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff");
 
-TEST(AuthorizationRefHolder, WithoutReferenceRefusesEverythingWithoutAskingTheAuthority)
-{
-    auto holder = NVCAuthorizationHolder::withAuthorization(nullptr, unreachableAuthority());
-    const CheckResult result = check(*holder);
-    ASSERT_TRUE(result.called);
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.error->code, 101);
-
-    std::optional<NVCAuthError> error;
-    EXPECT_FALSE(holder->updateWithLocalizedReason(QStringLiteral("why"), &error));
-    EXPECT_EQ(error->code, 101);
-    EXPECT_TRUE(holder->archive().value(QStringLiteral("AuthorizationRefHolder")).toMap().isEmpty());
-}
-
-TEST(AuthorizationRefHolder, UnconfirmedReferenceFailsTheCheckAndTheUpdate)
+// Without a reference nothing reaches the authority; an unconfirmed one fails there.
+TEST(AuthorizationRefHolder, MissingOrUnconfirmedReferenceFailsTheCheckAndTheUpdate)
 {
     auto utility = unreachableAuthority();
-    auto holder =
-        NVCAuthorizationHolder::withAuthorization(utility->authorizationWithData(kToken, nullptr), utility);
-    const CheckResult result = check(*holder);
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.error->code, 102);
-
-    std::optional<NVCAuthError> error;
-    EXPECT_FALSE(holder->updateWithLocalizedReason(QStringLiteral("why"), &error));
-    EXPECT_EQ(error->code, 103);
+    const std::tuple<AuthorizationRef, int, int> cases[] = {
+        {nullptr, 101, 101},
+        {utility->authorizationWithData(kToken, nullptr), 102, 103},
+    };
+    for (const auto &[reference, checkCode, updateCode] : cases) {
+        auto holder = NVCAuthorizationHolder::withAuthorization(reference, utility);
+        const CheckResult result = check(*holder);
+        ASSERT_TRUE(result.called);
+        EXPECT_FALSE(result.ok);
+        EXPECT_EQ(result.error->code, checkCode);
+        std::optional<NVCAuthError> error;
+        EXPECT_FALSE(holder->updateWithLocalizedReason(QStringLiteral("why"), &error));
+        EXPECT_EQ(error->code, updateCode);
+    }
+    EXPECT_TRUE(NVCAuthorizationHolder::withAuthorization(nullptr, utility)
+                    ->archive()
+                    .value(QStringLiteral("AuthorizationRefHolder"))
+                    .toMap()
+                    .isEmpty());
 }
 
 TEST(AuthorizationHolderCoding, ReferenceHolderRoundTrip)
