@@ -28,7 +28,10 @@ bool AuthorityChangeGate::allow(const QByteArray &externalForm, uint callerUid, 
     return false;
 }
 
-std::unique_ptr<PrivilegedChangeGate> makeAuthorityChangeGate(const QDBusConnection &connection)
+std::unique_ptr<PrivilegedChangeGate> makeDaemonChangeGate(bool insecureDev,
+                                                           const QDBusConnection &connection, QString *error)
 {
+    if (insecureDev)
+        return makeInsecureDevChangeGate(error);
     return std::make_unique<AuthorityChangeGate>(connection);
 }

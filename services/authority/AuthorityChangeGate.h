@@ -18,4 +18,7 @@ private:
     NVCAuthorityVerifier m_verifier;
 };
 
-std::unique_ptr<PrivilegedChangeGate> makeAuthorityChangeGate(const QDBusConnection &connection);
+// The gate a daemon runs with: the authority's check, unless --insecure-dev was
+// given on a private bus. Null with *error set when that opt-out is refused.
+std::unique_ptr<PrivilegedChangeGate> makeDaemonChangeGate(bool insecureDev,
+                                                           const QDBusConnection &connection, QString *error);

@@ -3,12 +3,6 @@
 #include <QDBusArgument>
 #include <QFileInfo>
 
-bool RefusingChangeGate::allow(const QByteArray &, uint, QString *error)
-{
-    *error = QStringLiteral("Privileged changes are not available on this daemon");
-    return false;
-}
-
 bool InsecureDevChangeGate::allow(const QByteArray &, uint, QString *)
 {
     return true;
@@ -46,10 +40,14 @@ QByteArray externalFormFromHolder(const QVariantMap &holderArchive)
     return form.typeId() == QMetaType::QByteArray ? form.toByteArray() : QByteArray();
 }
 
-std::unique_ptr<PrivilegedChangeGate> makeChangeGate(bool insecureDev, QString *error)
+QCommandLineOption insecureDevOption()
 {
-    if (!insecureDev)
-        return std::make_unique<RefusingChangeGate>();
+    return QCommandLineOption(QStringLiteral("insecure-dev"),
+                              QStringLiteral("Allow every privileged change (private buses only)."));
+}
+
+std::unique_ptr<PrivilegedChangeGate> makeInsecureDevChangeGate(QString *error)
+{
     const QString address = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
     if (address.isEmpty() || namesRealSystemBus(address)) {
         *error = QStringLiteral("--insecure-dev needs DBUS_SYSTEM_BUS_ADDRESS naming a private bus");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QCommandLineOption>
 #include <QString>
 #include <QVariantMap>
 #include <memory>
@@ -14,13 +15,6 @@ public:
     virtual bool allow(const QByteArray &externalForm, uint callerUid, QString *error) = 0;
 };
 
-// Refuses every change: the default until a real check is wired in.
-class RefusingChangeGate : public PrivilegedChangeGate
-{
-public:
-    bool allow(const QByteArray &externalForm, uint callerUid, QString *error) override;
-};
-
 // Allows every change. Only for private development buses (--insecure-dev).
 class InsecureDevChangeGate : public PrivilegedChangeGate
 {
@@ -31,5 +25,8 @@ public:
 // The external form inside an archived authorization holder; empty when absent.
 QByteArray externalFormFromHolder(const QVariantMap &holderArchive);
 
-// Null with *error set when --insecure-dev is asked for on anything but a private bus.
-std::unique_ptr<PrivilegedChangeGate> makeChangeGate(bool insecureDev, QString *error);
+// The option that opts a daemon on a private development bus out of the check.
+QCommandLineOption insecureDevOption();
+
+// Null with *error set when the bus is not a private one (DBUS_SYSTEM_BUS_ADDRESS).
+std::unique_ptr<PrivilegedChangeGate> makeInsecureDevChangeGate(QString *error);

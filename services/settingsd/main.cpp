@@ -16,9 +16,7 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Settings daemon stand-in"));
     parser.addHelpOption();
-    const QCommandLineOption insecureDev(
-        QStringLiteral("insecure-dev"),
-        QStringLiteral("Allow every privileged change (private buses only)."));
+    const QCommandLineOption insecureDev = insecureDevOption();
     const QCommandLineOption stateDir(QStringLiteral("state-dir"),
                                       QStringLiteral("Folder of the settings file."), QStringLiteral("DIR"),
                                       QStringLiteral("/var/lib/quiven/settingsd"));
@@ -27,8 +25,7 @@ int main(int argc, char **argv)
 
     QString error;
     QDBusConnection bus = QDBusConnection::systemBus();
-    // Privileged changes are checked with the authority unless a private bus explicitly opts out.
-    auto gate = parser.isSet(insecureDev) ? makeChangeGate(true, &error) : makeAuthorityChangeGate(bus);
+    auto gate = makeDaemonChangeGate(parser.isSet(insecureDev), bus, &error);
     if (!gate) {
         qCritical("%s", qUtf8Printable(error));
         return 2;
