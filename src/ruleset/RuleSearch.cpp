@@ -25,6 +25,27 @@ const std::array<bool, 0x80> &asciiFoldTargets()
     return targets;
 }
 
+// Whether the folded needle stands in the haystack; `foldFirst` folds the
+// candidate first unit, the cheap test that rejects most places.
+template <typename FoldFirst>
+bool containsFolded(const char16_t *hay, qsizetype size, const QString &folded, FoldFirst foldFirst)
+{
+    const qsizetype needleSize = folded.size();
+    const auto *needle = reinterpret_cast<const char16_t *>(folded.constData());
+    const char16_t first = needle[0];
+    const qsizetype last = size - needleSize;
+    for (qsizetype i = 0; i <= last; ++i) {
+        if (foldFirst(hay[i]) != first)
+            continue;
+        qsizetype j = 1;
+        while (j < needleSize && fold(hay[i + j]) == needle[j])
+            ++j;
+        if (j == needleSize)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 RuleSearch::RuleSearch(const QString &text)
@@ -52,41 +73,16 @@ bool RuleSearch::matches(const QString &field) const
 
 bool RuleSearch::matchesAscii(const char16_t *hay, qsizetype size) const
 {
-    const qsizetype needleSize = m_folded.size();
-    const auto *needle = reinterpret_cast<const char16_t *>(m_folded.constData());
-    const char16_t first = needle[0];
+    const char16_t first = m_folded.front().unicode();
     // Setting the case bit maps both cases of a letter to the folded one and
     // never maps a non-ASCII unit into ASCII.
     const char16_t caseBit = (first >= u'a' && first <= u'z') ? 0x20 : 0;
-    const qsizetype last = size - needleSize;
-    for (qsizetype i = 0; i <= last; ++i) {
-        if (char16_t(hay[i] | caseBit) != first)
-            continue;
-        qsizetype j = 1;
-        while (j < needleSize && fold(hay[i + j]) == needle[j])
-            ++j;
-        if (j == needleSize)
-            return true;
-    }
-    return false;
+    return containsFolded(hay, size, m_folded, [caseBit](char16_t c) { return char16_t(c | caseBit); });
 }
 
 bool RuleSearch::matchesFolding(const char16_t *hay, qsizetype size) const
 {
-    const qsizetype needleSize = m_folded.size();
-    const auto *needle = reinterpret_cast<const char16_t *>(m_folded.constData());
-    const char16_t first = needle[0];
-    const qsizetype last = size - needleSize;
-    for (qsizetype i = 0; i <= last; ++i) {
-        if (fold(hay[i]) != first)
-            continue;
-        qsizetype j = 1;
-        while (j < needleSize && fold(hay[i + j]) == needle[j])
-            ++j;
-        if (j == needleSize)
-            return true;
-    }
-    return false;
+    return containsFolded(hay, size, m_folded, fold);
 }
 
 bool RuleSearch::matchesShared(const QString &field)
