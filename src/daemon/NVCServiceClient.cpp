@@ -7,6 +7,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QLoggingCategory>
+#include <QThread>
 #include <cstdlib>
 
 Q_LOGGING_CATEGORY(lcServiceClient, "com.norvalis.NVCServiceClient")
@@ -200,6 +201,17 @@ void NVCServiceClient::handleFailure(const QDBusError &error)
 void NVCServiceClient::deliver(const QDBusPendingCall &call,
                                std::function<void(const QDBusPendingCall &)> reply, ErrorCallback error)
 {
+    // The call is already on its way; only the watcher must live where the
+    // replies are delivered, so a caller on another thread still gets them.
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, call, reply = std::move(reply), error = std::move(error)]() mutable {
+                deliver(call, std::move(reply), std::move(error));
+            },
+            Qt::QueuedConnection);
+        return;
+    }
     auto *watcher = new QDBusPendingCallWatcher(call, this);
     QPointer<NVCServiceClient> weakSelf(this);
     connect(

@@ -79,7 +79,8 @@ public:
     std::chrono::milliseconds nextRetryDelay() const { return m_lastRetryDelay; }
 
     // Delivers a call's outcome: the reply handler on success, else only the
-    // error callback. Lost-service errors also start the recovery.
+    // error callback. Lost-service errors also start the recovery. Both run on
+    // this client's thread, whichever thread made the call.
     void deliver(const QDBusPendingCall &call, std::function<void(const QDBusPendingCall &)> reply,
                  ErrorCallback error);
     void deliverSync(QDBusPendingCall call, const std::function<void(const QDBusPendingCall &)> &reply,
