@@ -25,13 +25,6 @@ constexpr auto kTerminationProtocol = "NVCQUIVENClientTerminationProtocol";
 const QStringList kSubscribableProtocols = {QString::fromLatin1(kPolicyChangedProtocol),
                                             QString::fromLatin1(kTerminationProtocol)};
 
-constexpr const char *kBaseRulesets[] = {"quiven.rc", "quiven_classic.rc", "paranoid.rc"};
-constexpr std::pair<const char *, const char *> kOptionalRulesets[] = {
-    {"policy.global.user", "user.rc"},
-    {"policy.global.webcam", "webcam.rc"},
-    {"policy.global.startup", "startup.rc"},
-    {"policy.global.exec", "exec.rc"}};
-
 } // namespace
 
 FilterDaemon::FilterDaemon(const QDBusConnection &bus, std::unique_ptr<PrivilegedChangeGate> gate,
@@ -92,15 +85,7 @@ bool FilterDaemon::reloadSystemRulesWithCallback()
 {
     const int inUse = systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use"), 0).toInt();
     RuleManager rules;
-    bool loaded = true;
-    if (inUse >= 0 && inUse < int(std::size(kBaseRulesets)))
-        loaded = rules.addFileContents(
-            ProductFolders::systemRuleFile(QString::fromLatin1(kBaseRulesets[inUse])), true);
-    for (const auto &[option, file] : kOptionalRulesets) {
-        const QString path = ProductFolders::systemRuleFile(QString::fromLatin1(file));
-        if (rules.getOption(QString::fromLatin1(option)) != 2 && QFile::exists(path))
-            loaded = rules.addFileContents(path, true) && loaded;
-    }
+    const bool loaded = rules.addSystemRuleFiles(inUse);
     if (loaded)
         qCInfo(lcFilterDaemon, "system rules reloaded (ruleset %d)", inUse);
     else

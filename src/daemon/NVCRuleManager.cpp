@@ -1,25 +1,15 @@
 #include "NVCRuleManager.h"
 
 #include "NVCSettingsClient.h"
-#include "ProductFolders.h"
 
 #include <QLoggingCategory>
+#include <QPointer>
 #include <QStringList>
+#include <QThreadPool>
 
 Q_LOGGING_CATEGORY(lcNVCRuleManager, "com.norvalis.NVCRuleManager")
 
 namespace {
-
-// "quiven-system-ruleset-in-use" 0, 1 and 2; any other value selects none.
-constexpr const char *kSystemRulesets[] = {"quiven.rc", "quiven_classic.rc", "paranoid.rc"};
-
-// Added unless their option reads 2, in this order.
-constexpr std::pair<const char *, const char *> kOptionalSystemFiles[] = {
-    {"policy.global.user", "user.rc"},
-    {"policy.global.webcam", "webcam.rc"},
-    {"policy.global.startup", "startup.rc"},
-    {"policy.global.exec", "exec.rc"},
-};
 
 template <typename Rule> QString describeRules(const QList<std::shared_ptr<Rule>> &rules)
 {
@@ -102,16 +92,8 @@ void NVCRuleManager::addFileContentsFromSettings(const QVariantMap &settings, co
     {
         QMutexLocker locker(&m_lock);
         // Absent (settings not yet known) reads as 0, like any other non-number.
-        const qlonglong inUse =
-            settings.value(QString::fromLatin1(NVCSettingsClient::rulesetInUseKey)).toLongLong();
-        if (inUse >= 0 && inUse < qlonglong(std::size(kSystemRulesets)))
-            addFileContents(ProductFolders::systemRuleFile(QString::fromLatin1(kSystemRulesets[inUse])),
-                            true);
-        // Read only now, so the chosen ruleset's `set` lines count.
-        for (const auto &[option, fileName] : kOptionalSystemFiles) {
-            if (getOption(QString::fromLatin1(option)) != 2)
-                addFileContents(ProductFolders::systemRuleFile(QString::fromLatin1(fileName)), true);
-        }
+        addSystemRuleFiles(
+            settings.value(QString::fromLatin1(NVCSettingsClient::rulesetInUseKey)).toLongLong());
         rebuildRulesCache();
     }
     if (callback)
@@ -139,7 +121,32 @@ void NVCRuleManager::authorizeWithCallback(const NVCQUIVENRuleClient::Authorizat
             callback(QByteArray(), errAuthorizationSuccess, {});
         return;
     }
-    m_quivenClient->invokeWithAuthorization(callback);
+    // The prompt may stay up for minutes: it is waited for on a pool thread,
+    // and the answer comes back to this manager's thread. Letting go of the
+    // authorization talks to the authority too, so it goes back to the pool.
+    QPointer<NVCRuleManager> self(this);
+    NVCQUIVENRuleClient *client = m_quivenClient.get();
+    QThreadPool::globalInstance()->start([self, client, callback] {
+        client->invokeWithAuthorization([self, callback](const QByteArray &form, OSStatus status,
+                                                         const NVCQUIVENRuleClient::Release &release) {
+            const NVCQUIVENRuleClient::Release releaseOffThread =
+                release ? NVCQUIVENRuleClient::Release(
+                              [release] { QThreadPool::globalInstance()->start(release); })
+                        : NVCQUIVENRuleClient::Release();
+            if (!self) {
+                if (releaseOffThread)
+                    releaseOffThread();
+                return;
+            }
+            QMetaObject::invokeMethod(
+                self.data(),
+                [callback, form, status, releaseOffThread] {
+                    if (callback)
+                        callback(form, status, releaseOffThread);
+                },
+                Qt::QueuedConnection);
+        });
+    });
 }
 
 void NVCRuleManager::writeToCurrentUserConfigurationWithAuthForm(const QByteArray &authForm,

@@ -51,7 +51,8 @@ public:
     void addUserWatchRules(const QList<WatchRulePtr> &watchRules, const QList<PolicyRulePtr> &policyRules);
 
     // Answers at once without any authorization when non-administrators may
-    // save rules; otherwise asks the user (blocking while the prompt is up).
+    // save rules; otherwise asks the user without blocking the caller: the
+    // callback runs on this manager's thread once the user has answered.
     void authorizeWithCallback(const NVCQUIVENRuleClient::AuthorizationCallback &callback);
     void writeToCurrentUserConfigurationWithAuthForm(const QByteArray &authForm, OSStatus authStatus,
                                                      const Finalizer &finalizer);

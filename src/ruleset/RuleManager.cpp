@@ -85,18 +85,34 @@ void RuleManager::loadSystemRuleSet()
 {
     QMutexLocker locker(&m_lock);
     m_settings = readPreferencesFile(ProductFolders::preferencesFile());
-    addFileContents(ProductFolders::systemRuleFile(QStringLiteral("quiven.rc")), true);
+    addSystemRuleFiles(0);
+    rebuildRulesCache();
+}
+
+QStringList RuleManager::baseRulesetFileNames()
+{
+    return {QStringLiteral("quiven.rc"), QStringLiteral("quiven_classic.rc"), QStringLiteral("paranoid.rc")};
+}
+
+bool RuleManager::addSystemRuleFiles(qint64 rulesetInUse)
+{
     static const std::pair<const char *, const char *> optionalFiles[] = {
         {"policy.global.user", "user.rc"},
         {"policy.global.webcam", "webcam.rc"},
         {"policy.global.startup", "startup.rc"},
         {"policy.global.exec", "exec.rc"},
     };
+    QMutexLocker locker(&m_lock);
+    bool allRead = true;
+    const QStringList baseFiles = baseRulesetFileNames();
+    if (rulesetInUse >= 0 && rulesetInUse < baseFiles.size())
+        allRead = addFileContents(ProductFolders::systemRuleFile(baseFiles.at(rulesetInUse)), true);
     for (const auto &[option, fileName] : optionalFiles) {
         if (getOption(QString::fromLatin1(option)) != 2)
-            addFileContents(ProductFolders::systemRuleFile(QString::fromLatin1(fileName)), true);
+            allRead = addFileContents(ProductFolders::systemRuleFile(QString::fromLatin1(fileName)), true) &&
+                      allRead;
     }
-    rebuildRulesCache();
+    return allRead;
 }
 
 QString RuleManager::description() const

@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QObject>
 #include <QRecursiveMutex>
 #include <QSet>
 #include <QStringList>
@@ -22,17 +23,19 @@ class RedundancyIndex;
 // The in-memory ruleset: reader, options, store with its views, validation,
 // writer and naming. One process-wide instance (`shared`); others are made for
 // single files or validation.
-class RuleManager
+class RuleManager : public QObject
 {
+    Q_OBJECT
 public:
     RuleManager();
-    virtual ~RuleManager();
+    ~RuleManager() override;
     RuleManager(const RuleManager &) = delete;
     RuleManager &operator=(const RuleManager &) = delete;
 
     // ---- construction and loading (reader) ----
     static RuleManager *shared();
-    static std::unique_ptr<RuleManager> withContentsOfFile(const QString &path, bool shouldLabelAsSystemRules);
+    static std::unique_ptr<RuleManager> withContentsOfFile(const QString &path,
+                                                           bool shouldLabelAsSystemRules);
     static std::unique_ptr<RuleManager> withCurrentUserConfigurationAndLoadDefaultRC(bool loadSystemRules);
 
     void initWithContentsOfFile(const QString &path, bool shouldLabelAsSystemRules);
@@ -40,6 +43,14 @@ public:
     void reset();
     void loadSystemRuleSet();
     bool addFileContents(const QString &path, bool shouldLabelAsSystemRules);
+    // The system rule files of a ruleset, in reading order: the base ruleset
+    // that "quiven-system-ruleset-in-use" selects (none for an unknown index),
+    // then each optional addition whose option does not read 2. Options are
+    // looked up as each file is reached, so the base file's `set` lines count
+    // and options read before (the preferences) win. False when a file failed.
+    bool addSystemRuleFiles(qint64 rulesetInUse);
+    // "quiven.rc", "quiven_classic.rc", "paranoid.rc": the base rulesets by index.
+    static QStringList baseRulesetFileNames();
     bool unsynchronizedAddFileContents(const QString &path, bool shouldLabelAsSystemRules);
     static QStringList scanString(QStringView line);
 
@@ -100,7 +111,10 @@ public:
     static QString pathForRule(const NVCRuleBase &rule);
 
     // ---- fields ----
-    const QHash<QString, QList<PolicyRulePtr>> &policyRulesByApplication() const { return m_policyRulesByApplication; }
+    const QHash<QString, QList<PolicyRulePtr>> &policyRulesByApplication() const
+    {
+        return m_policyRulesByApplication;
+    }
     const QList<WatchRulePtr> &watchRules() const { return m_watchRules; }
     const QList<TraceRule> &traceRules() const { return m_traceRules; }
     const QList<PolicyRulePtr> &policyRules() const { return m_policyRules; }
@@ -124,6 +138,12 @@ public:
 
     // The manager's own recursive lock: every read, store change and write runs under it.
     QRecursiveMutex &lock() const { return m_lock; }
+
+Q_SIGNALS:
+    // The flat views (`ruleAtIndex`, `totalRules`) were rebuilt, filtered or
+    // sorted. Emitted on the thread that changed them, with the lock held:
+    // receivers on other threads get it queued and read the views afresh.
+    void viewChanged();
 
 protected:
     mutable QRecursiveMutex m_lock;
@@ -150,4 +170,7 @@ protected:
     // Lazily built cover index for isRedundant; dropped on every store change.
     mutable std::unique_ptr<RedundancyIndex> m_redundancyIndex;
     void invalidateRedundancyIndex() const;
+
+private:
+    void sortViews(const QList<RuleSortDescriptor> &descriptors);
 };

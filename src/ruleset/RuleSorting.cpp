@@ -3,6 +3,7 @@
 
 #include <QCollator>
 #include <QLocale>
+#include <QMutexLocker>
 #include <algorithm>
 #include <numeric>
 #include <vector>
@@ -161,6 +162,13 @@ private:
 } // namespace
 
 void RuleManager::sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors)
+{
+    QMutexLocker locker(&m_lock);
+    sortViews(descriptors);
+    Q_EMIT viewChanged();
+}
+
+void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
 {
     m_sortDescriptors = descriptors;
 

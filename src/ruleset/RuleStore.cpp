@@ -141,7 +141,8 @@ void RuleManager::rebuildRulesCache()
     }
 
     if (m_sortDescriptors)
-        sortIndexUsingDescriptors(*m_sortDescriptors);
+        sortViews(*m_sortDescriptors);
+    Q_EMIT viewChanged();
 }
 
 void RuleManager::applyFilterWithString(const QString &text)

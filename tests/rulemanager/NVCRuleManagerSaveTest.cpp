@@ -64,12 +64,13 @@ protected:
 
     Authorization authorize()
     {
-        Authorization result;
+        std::optional<Authorization> result;
         manager->authorizeWithCallback(
             [&](const QByteArray &form, OSStatus status, const NVCQUIVENRuleClient::Release &release) {
-                result = {form, status, release};
+                result = Authorization{form, status, release};
             });
-        return result;
+        waitUntil([&] { return result.has_value(); });
+        return result.value_or(Authorization{});
     }
 
     const QString policyChanged = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);

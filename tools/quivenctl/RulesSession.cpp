@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDeadlineTimer>
+#include <limits>
 #include <optional>
 
 namespace quivenctl {
@@ -80,12 +81,16 @@ bool RulesSession::save(bool interactive, QString *error)
     QByteArray form;
     OSStatus status = errAuthorizationInternal;
     NVCQUIVENRuleClient::Release release;
+    bool authorized = false;
     m_manager->authorizeWithCallback(
         [&](const QByteArray &externalForm, OSStatus answer, const NVCQUIVENRuleClient::Release &releaser) {
             form = externalForm;
             status = answer;
             release = releaser;
+            authorized = true;
         });
+    // The user may take their time over the prompt; the authority bounds the wait.
+    waitFor([&authorized] { return authorized; }, std::numeric_limits<int>::max());
     if (status != errAuthorizationSuccess) {
         if (release)
             release();
