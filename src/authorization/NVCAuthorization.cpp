@@ -2,6 +2,7 @@
 
 #include "NVCAuthorityProxy.h"
 
+#include <QDBusPendingCallWatcher>
 #include <QLoggingCategory>
 
 Q_LOGGING_CATEGORY(lcNVCAuthorization, "com.norvalis.NVCAuthorization")
@@ -71,6 +72,66 @@ OSStatus NVCAuthorization::create(AuthorizationRef *reference, const QString &me
         *reference = std::make_shared<NVCAuthorizationRef>(token);
     }
     return status;
+}
+
+void NVCAuthorization::createAsync(const QString &message, QObject *context, CreateReply reply)
+{
+    const QDBusPendingReply<int, QByteArray> call =
+        m_interactiveAuthority->Create(QString::fromLatin1(kNVCAdminRight), message, flags());
+    auto *watcher = new QDBusPendingCallWatcher(call, context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [reply = std::move(reply)](QDBusPendingCallWatcher *finished) {
+                         finished->deleteLater();
+                         const QDBusPendingReply<int, QByteArray> answer = *finished;
+                         AuthorizationRef reference;
+                         OSStatus status = answer.isError() ? failedCallStatus(answer.error())
+                                                            : OSStatus(answer.argumentAt<0>());
+                         qCDebug(lcNVCAuthorization) << "AuthorizationCreate status" << status;
+                         if (status == errAuthorizationSuccess) {
+                             const QByteArray token = answer.argumentAt<1>();
+                             if (token.size() == kAuthorizationExternalFormLength)
+                                 reference = std::make_shared<NVCAuthorizationRef>(token);
+                             else
+                                 status = errAuthorizationInternal;
+                         }
+                         reply(reference, status);
+                     });
+}
+
+void NVCAuthorization::isValidAsync(const AuthorizationRef &reference, QObject *context,
+                                    std::function<void(bool)> reply)
+{
+    if (!reference) {
+        QMetaObject::invokeMethod(
+            context, [reply = std::move(reply)] { reply(false); }, Qt::QueuedConnection);
+        return;
+    }
+    const QDBusPendingReply<int> call = m_quietAuthority->CopyRights(
+        reference->token(), QString::fromLatin1(kNVCAdminRight), QString(), kAuthorizationFlagExtendRights);
+    auto *watcher = new QDBusPendingCallWatcher(call, context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [reply = std::move(reply)](QDBusPendingCallWatcher *finished) {
+                         finished->deleteLater();
+                         const QDBusPendingReply<int> answer = *finished;
+                         reply(!answer.isError() && answer.value() == errAuthorizationSuccess);
+                     });
+}
+
+void NVCAuthorization::destroyAsync(AuthorizationRef *reference)
+{
+    if (!reference || !*reference)
+        return;
+    // Nobody waits for the answer; a failure is only worth a log line.
+    auto *watcher = new QDBusPendingCallWatcher(
+        m_quietAuthority->Free((*reference)->token(), kAuthorizationFlagDestroyRights));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [](QDBusPendingCallWatcher *finished) {
+        finished->deleteLater();
+        const QDBusPendingReply<int> answer = *finished;
+        const OSStatus status = answer.isError() ? failedCallStatus(answer.error()) : answer.value();
+        if (status != errAuthorizationSuccess)
+            qCWarning(lcNVCAuthorization) << "Revoking an authorization failed, status" << status;
+    });
+    reference->reset();
 }
 
 OSStatus NVCAuthorization::update(const AuthorizationRef &reference, const QString &message)

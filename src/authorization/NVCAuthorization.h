@@ -11,6 +11,7 @@
 #include <optional>
 
 class NVCAuthorityProxy;
+class QObject;
 
 // Obtains, checks, transfers and frees administrator authorizations through
 // the authority service. Every request asks for the one right
@@ -36,6 +37,16 @@ public:
     OSStatus create(AuthorizationRef *reference, const QString &message);
     OSStatus create(AuthorizationRef *reference, const QString &message, quint32 flags);
     OSStatus update(const AuthorizationRef &reference, const QString &message);
+
+    // The same requests without waiting: a prompt can stay up for minutes, and
+    // a window must keep drawing meanwhile. Call them on `context`'s thread;
+    // the reply runs there once the authority has answered, and never when
+    // `context` is gone by then.
+    using CreateReply = std::function<void(const AuthorizationRef &reference, OSStatus status)>;
+    void createAsync(const QString &message, QObject *context, CreateReply reply);
+    void isValidAsync(const AuthorizationRef &reference, QObject *context, std::function<void(bool)> reply);
+    // Revokes the right like `destroy` and lets go of the reference at once.
+    void destroyAsync(AuthorizationRef *reference);
     // Never shows a prompt.
     bool isValid(const AuthorizationRef &reference);
     // Revokes the right for every holder of the reference's external form.
