@@ -167,9 +167,18 @@ void AppDelegate::showWaitViewWithMessage(const QString &message)
     if (!m_waitViewController) {
         qCDebug(lcAppDelegate, "Creating new waitViewController");
         m_waitViewController = new NVCWaitViewController(this);
+        m_waitViewController->setAnimationDurations(m_fadeInMs, m_fadeOutMs);
     }
     m_waitViewController->configureViewForLocalizedMessage(message);
     m_waitViewController->view()->cover(m_rulesEditorTableController->rootView());
+}
+
+void AppDelegate::setWaitAnimationDurations(int fadeInMs, int fadeOutMs)
+{
+    m_fadeInMs = fadeInMs;
+    m_fadeOutMs = fadeOutMs;
+    if (m_waitViewController)
+        m_waitViewController->setAnimationDurations(fadeInMs, fadeOutMs);
 }
 
 void AppDelegate::setWaitViewVisible(bool visible)

@@ -70,6 +70,8 @@ public:
     // How long the first load may take before it counts as failed (the
     // settings daemon may never answer); 60 s unless changed.
     void setLoadTimeout(std::chrono::milliseconds timeout) { m_loadTimeout = timeout; }
+    // Fade-in and fade-out of the wait overlay (1.0 s and 2.0 s unless changed).
+    void setWaitAnimationDurations(int fadeInMs, int fadeOutMs);
 
 Q_SIGNALS:
     // The application may end now.
@@ -118,4 +120,6 @@ private:
     bool m_authReferenceValid = false;
     bool m_validityCheckPending = false;
     std::chrono::milliseconds m_loadTimeout{60000};
+    int m_fadeInMs = 1000;
+    int m_fadeOutMs = 2000;
 };

@@ -91,10 +91,11 @@ void AppDelegate::doAuthorize()
         m_customizedStrings->quivenName());
     m_authorization->createAsync(prompt, this, [this](const AuthorizationRef &reference, OSStatus status) {
         qCInfo(lcAppDelegate, "Authorization answered with status %d", status);
-        if (status != errAuthorizationSuccess)
-            return;
-        m_authReference = reference;
-        m_authReferenceValid = true;
+        if (status == errAuthorizationSuccess) {
+            m_authReference = reference;
+            m_authReferenceValid = true;
+        }
+        // Observers re-read the state either way, which also redraws the lock.
         Q_EMIT isAuthorizedChanged();
     });
 }

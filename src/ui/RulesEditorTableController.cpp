@@ -367,7 +367,7 @@ void RulesEditorTableController::deleteRow(int row)
         return;
     }
     performWithAuthorization(
-        tr("Deleting QUIVEN user policy"),
+        QStringLiteral("Deleting QUIVEN user policy"),
         [this, rule, row](const QByteArray &authForm, OSStatus status, const Finalizer &finalizer) {
             handleDeleteRowForRule(rule, row);
             writeUserRules(authForm, status, finalizer);
@@ -406,7 +406,7 @@ void RulesEditorTableController::deleteRows()
     if (rows.isEmpty())
         return;
     const QString activity =
-        rows.size() == 1 ? tr("Deleting QUIVEN user policy") : tr("Deleting QUIVEN user policies");
+        rows.size() == 1 ? QStringLiteral("Deleting QUIVEN user policy") : QStringLiteral("Deleting QUIVEN user policies");
     performWithAuthorization(
         activity, [this, rows](const QByteArray &authForm, OSStatus status, const Finalizer &finalizer) {
             handleDeleteRows(rows);
@@ -454,7 +454,7 @@ void RulesEditorTableController::tableViewCellAction(int row, const QString &tag
         return;
     QPointer<RulesEditorTableController> self(this);
     performWithAuthorization(
-        tr("Updating QUIVEN user policy"),
+        QStringLiteral("Updating QUIVEN user policy"),
         [this, rule, tag](const QByteArray &authForm, OSStatus status, const Finalizer &) {
             updateRule(rule, tag);
             writeUserRules(authForm, status, {});

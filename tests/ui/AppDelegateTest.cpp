@@ -1,0 +1,95 @@
+#include "ApplicationFixture.h"
+#include "NVCQUIVENClient.h"
+#include "NVCWaitView.h"
+#include "NVCWaitViewController.h"
+#include "RulesTableModel.h"
+
+#include <QPushButton>
+
+TEST_F(ApplicationFixture, LoadsBehindTheOverlayAndAnswersAReloadAskedMeanwhile)
+{
+    ASSERT_TRUE(startDaemons()) << daemons->failureText().toStdString();
+    create();
+    delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(delegate->waitViewVisible());
+    EXPECT_TRUE(delegate->waitViewController()->view()->message().contains(QStringLiteral("being loaded")));
+
+    std::optional<bool> reloaded;
+    delegate->reloadRulesWithCallback([&](bool success) { reloaded = success; });
+    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }, 15000)) << daemons->failureText().toStdString();
+    EXPECT_TRUE(*reloaded) << "the queued request gets the load's result";
+    EXPECT_FALSE(delegate->waitViewVisible());
+    EXPECT_GT(window->model()->rowCount(), 10);
+    EXPECT_EQ(quint64(window->model()->rowCount()), manager->totalRules(true));
+}
+
+TEST_F(ApplicationFixture, AFailedSettingsFetchEndsInAnAlertAndLeavesTheWindowUsable)
+{
+    ASSERT_TRUE(startDaemons());
+    daemons->settingsd().kill9();
+    create();
+    delegate->setLoadTimeout(std::chrono::milliseconds(300));
+    QSignalSpy alerts(delegate.get(), &AppDelegate::ruleReloadAlertShown);
+    delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(alerts.wait(15000));
+    EXPECT_FALSE(alerts.first().first().toBool());
+    EXPECT_TRUE(alert(QStringLiteral("Failed to reload")));
+    EXPECT_FALSE(delegate->waitViewVisible());
+}
+
+TEST_F(ApplicationFixture, QuitsAtOnceWhenCleanAndOnlyAfterASuccessfulReloadWhenDirty)
+{
+    ASSERT_TRUE(startDaemons());
+    ASSERT_TRUE(launch());
+    QSignalSpy terminations(delegate.get(), &AppDelegate::terminate);
+    delegate->requestTermination();
+    EXPECT_EQ(terminations.size(), 1);
+
+    RulesDirtyFlag::set(true);
+    delegate->requestTermination();
+    EXPECT_TRUE(delegate->waitViewVisible()) << "the rules are applied first";
+    QMessageBox *reloaded = alert(QStringLiteral("Rules reloaded"));
+    ASSERT_TRUE(reloaded);
+    EXPECT_FALSE(RulesDirtyFlag::isSet());
+    EXPECT_EQ(terminations.size(), 1) << "not before the alert is dismissed";
+    reloaded->accept();
+    EXPECT_TRUE(terminations.wait());
+
+    RulesDirtyFlag::set(true);
+    daemons->filterd().kill9();
+    ASSERT_TRUE(waitUntil([this] { return !delegate->quivenClient()->isConnected(); }));
+    delegate->requestTermination();
+    QMessageBox *failed = alert(QStringLiteral("Rules were not reloaded"));
+    ASSERT_TRUE(failed);
+    failed->accept();
+    EXPECT_TRUE(RulesDirtyFlag::isSet());
+    EXPECT_EQ(terminations.size(), 2) << "a failed reload keeps the application running";
+}
+
+TEST_F(ApplicationFixture, LockFollowsTheAuthorityAndLockingAgainAppliesTheRules)
+{
+    for (const QString answer : {QStringLiteral("deny"), QStringLiteral("cancel"), QStringLiteral("grant")}) {
+        SCOPED_TRACE(answer.toStdString());
+        daemons = std::make_unique<DaemonStack>();
+        ASSERT_TRUE(startDaemons(answer));
+        ASSERT_TRUE(launch());
+        QPushButton *lock = window->authorizationButton();
+        EXPECT_EQ(lock->text(), QStringLiteral("   Click the lock to make changes."));
+        EXPECT_FALSE(window->deleteRuleToolbarItem()->isEnabled());
+
+        QSignalSpy changes(delegate.get(), &NVCAuthorizationDelegate::isAuthorizedChanged);
+        lock->click();
+        ASSERT_TRUE(waitUntil([&] { return changes.size() >= 2; })) << "the authority answered";
+        const bool granted = answer == QLatin1String("grant");
+        EXPECT_EQ(delegate->isAuthorized(), granted);
+        EXPECT_EQ(delegate->externalAuthForm().has_value(), granted);
+        if (granted) {
+            EXPECT_EQ(lock->text(), QStringLiteral("   Click the lock again to apply changes."));
+            lock->click();
+            EXPECT_FALSE(delegate->isAuthorized());
+            EXPECT_TRUE(delegate->waitViewVisible()) << "locking reloads the rules";
+            EXPECT_TRUE(alert(QStringLiteral("Rules reloaded")));
+        }
+        delegate.reset();
+    }
+}

@@ -1,0 +1,133 @@
+#include "AppDelegate.h"
+#include "NVCEditPolicyUI.h"
+#include "RuleManager.h"
+#include "RulesTableModel.h"
+#include "StoreTestRules.h"
+#include "WaitUntil.h"
+
+#include <QAbstractItemModelTester>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QTemporaryFile>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+QString cellText(const RulesTableModel &model, int row, int column, int role = Qt::DisplayRole)
+{
+    return model.data(model.index(row, column), role).toString();
+}
+
+class RulesTableModelTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        manager.addWatchRule(watchRule(QStringLiteral("/etc/"), QStringLiteral("any")), false);
+        // Two rules of one application, the second one made redundant by the first.
+        manager.addPolicyRule(policyRule(0, 0, QStringLiteral("/usr/"), QStringLiteral("/bin/sh"), 7), false);
+        manager.addPolicyRule(policyRule(0, 1, QStringLiteral("/usr/share"), QStringLiteral("/bin/sh"), 1), false);
+        manager.addPolicyRule(policyRule(1, 0, QStringLiteral("/no/such/folder/"),
+                                         QStringLiteral("/bin/cp via /usr/bin/make"), 2, QString(), true),
+                              false);
+        manager.rebuildRulesCache();
+    }
+
+    RuleManager manager;
+};
+
+} // namespace
+
+TEST_F(RulesTableModelTest, RowsFollowTheStoreAndPassTheModelChecks)
+{
+    RulesTableModel model(&manager);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    ASSERT_EQ(model.rowCount(), 4);
+    for (int row = 0; row < 4; ++row)
+        EXPECT_EQ(model.ruleAtRow(row), manager.ruleAtIndex(quint64(row), true));
+
+    model.setShowSystemRules(false);
+    EXPECT_EQ(model.rowCount(), 3);
+    model.setShowSystemRules(true);
+
+    manager.applyFilterWithString(QStringLiteral("make"));
+    ASSERT_EQ(model.rowCount(), 1);
+    EXPECT_EQ(model.ruleAtRow(0)->processName, QStringLiteral("/bin/cp via /usr/bin/make"));
+    manager.applyFilterWithString(QString());
+
+    model.sort(RulesTableModel::PathColumn, Qt::DescendingOrder);
+    EXPECT_EQ(cellText(model, 0, RulesTableModel::PathColumn), QStringLiteral("/usr/share"));
+}
+
+TEST_F(RulesTableModelTest, CellsShowTheRuleAsTheTableDrawsIt)
+{
+    RulesTableModel model(&manager);
+    // Row 0 watch, rows 1-2 the /bin/sh group, row 3 the system rule.
+    EXPECT_EQ(cellText(model, 0, RulesTableModel::ActionColumn), QStringLiteral("Watch"));
+    EXPECT_EQ(cellText(model, 1, RulesTableModel::ApplicationColumn), QStringLiteral("sh"));
+    EXPECT_TRUE(cellText(model, 2, RulesTableModel::ApplicationColumn).isEmpty()) << "only a group's first row";
+    EXPECT_EQ(cellText(model, 3, RulesTableModel::ApplicationColumn), QStringLiteral("cp via make"));
+    EXPECT_EQ(cellText(model, 3, RulesTableModel::ActionColumn), QStringLiteral("Deny"));
+    EXPECT_EQ(cellText(model, 2, RulesTableModel::TypeColumn), QStringLiteral("Path"));
+    EXPECT_EQ(cellText(model, 1, RulesTableModel::OperationsColumn), QStringLiteral("rwc"));
+
+    EXPECT_EQ(cellText(model, 3, RulesTableModel::StateColumn, Qt::AccessibleTextRole), QStringLiteral("System rule"));
+    EXPECT_TRUE(cellText(model, 1, RulesTableModel::StateColumn, Qt::AccessibleTextRole).isEmpty());
+
+    const auto colour = [&](int row) {
+        return model.data(model.index(row, RulesTableModel::PathColumn), Qt::ForegroundRole).value<QColor>();
+    };
+    EXPECT_EQ(colour(2), NVCEditPolicyUI::systemOrange()) << "redundant";
+    EXPECT_FALSE(colour(1).isValid()) << "an existing folder keeps the label colour";
+    EXPECT_FALSE(colour(3).isValid()) << "system rules keep the label colour";
+}
+
+TEST_F(RulesTableModelTest, ChangesMadeOnAnotherThreadReachTheViewQueued)
+{
+    RulesTableModel model(&manager);
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    std::thread([this] {
+        manager.addPolicyRule(policyRule(0, 0, QStringLiteral("/opt/"), QStringLiteral("/bin/ls"), 1));
+    }).join();
+    EXPECT_EQ(model.rowCount(), 4) << "the rows stay what the view was last told";
+    EXPECT_TRUE(waitUntil([&] { return model.rowCount() == 5; }));
+}
+
+TEST(TableCellChecks, PathColoursAndApplicationValidity)
+{
+    const QString home = QDir::homePath();
+    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(2, QStringLiteral("/missing"), false)) << "suffix";
+    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("/missing"), true)) << "system";
+    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral(":NVRAM/x"), false));
+    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("/dev/nonexistent"), false));
+    EXPECT_FALSE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("/no/such/path"), false));
+    EXPECT_FALSE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("~/no/such/path"), false));
+    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("~/"), false)) << home.toStdString();
+
+    QTemporaryFile program;
+    ASSERT_TRUE(program.open());
+    program.write("#!/bin/sh\n");
+    program.flush();
+    const QString sha1 = QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha1).toHex());
+    const QString sha256 =
+        QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha256).toHex());
+    const auto valid = [](const QString &process, const QString &constraint) {
+        return NVCEditPolicyUI::isValidApplicationPath(*policyRule(0, 0, QStringLiteral("/"), process, 1, constraint));
+    };
+    const QString path = program.fileName();
+    EXPECT_TRUE(valid(path, QString()));
+    EXPECT_TRUE(valid(path, sha1));
+    EXPECT_TRUE(valid(path, sha256));
+    EXPECT_FALSE(valid(path, QString(40, u'0')));
+    EXPECT_FALSE(valid(path, QStringLiteral("TEAMID1234"))) << "no team identifiers here";
+    EXPECT_TRUE(valid(path, QStringLiteral("APPLE_PF_BINARY")));
+    EXPECT_FALSE(valid(QStringLiteral("/no/such/program"), QString()));
+    EXPECT_TRUE(valid(QStringLiteral("any"), QString()));
+    EXPECT_TRUE(valid(path + QStringLiteral(" via any"), QString()));
+    EXPECT_FALSE(valid(path + QStringLiteral(" via /no/such/parent"), QString()));
+
+    EXPECT_EQ(AppDelegate::labelForConstraint(sha1), QStringLiteral("SHA1"));
+    EXPECT_EQ(AppDelegate::labelForConstraint(sha256), QStringLiteral("SHA256"));
+    EXPECT_EQ(AppDelegate::labelForConstraint(QStringLiteral("ABCDE12345")), QStringLiteral("Team ID"));
+}
