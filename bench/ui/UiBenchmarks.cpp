@@ -13,7 +13,8 @@ namespace {
 // directly, on a bus connection that goes nowhere.
 std::unique_ptr<NVCRuleManager> loadedStore(qint64 rules)
 {
-    auto manager = std::make_unique<NVCRuleManager>(QDBusConnection(QStringLiteral("no-bus")), NVCNamespace(QString()));
+    auto manager =
+        std::make_unique<NVCRuleManager>(QDBusConnection(QStringLiteral("no-bus")), NVCNamespace(QString()));
     manager->initWithContentsOfFile(bench::rulesetFile(rules, 0), false);
     return manager;
 }

@@ -30,15 +30,21 @@ def wait_for(condition, what, timeout=DEFAULT_TIMEOUT):
 
 
 def find(root, role, name=None, contains=None):
-    def matches(node):
-        if node is None or node.getRoleName() != role:
-            return False
-        if name is not None and node.name.strip() != name:
-            return False
-        if contains is not None and contains not in node.name:
-            return False
-        return node.getState().contains(pyatspi.STATE_SHOWING)
-    return pyatspi.findDescendant(root, matches, breadthFirst=True)
+    """The first showing node of `role` whose name is `name` (or contains
+    `contains`), breadth first; tables are not searched cell by cell."""
+    queue = [root]
+    while queue:
+        node = queue.pop(0)
+        if node is None:
+            continue
+        node_name = node.name.strip()
+        if (node.getRoleName() == role and (name is None or node_name == name)
+                and (contains is None or contains in node_name)
+                and node.getState().contains(pyatspi.STATE_SHOWING)):
+            return node
+        if node.getRoleName() != "table":
+            queue.extend(node.getChildAtIndex(index) for index in range(node.childCount))
+    return None
 
 
 class Application:

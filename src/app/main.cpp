@@ -18,12 +18,12 @@ int main(int argc, char **argv)
     installUiTranslations();
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows and edits the rules of the QUIVEN file-access firewall."));
+    parser.setApplicationDescription(
+        QStringLiteral("Shows and edits the rules of the QUIVEN file-access firewall."));
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOption(
-        {QStringLiteral("settings"), QStringLiteral("Show only the preferences.")});
+    parser.addOption({QStringLiteral("settings"), QStringLiteral("Show only the preferences.")});
     parser.process(application);
 
     // The application decides itself when to end: quitting may wait for a rule reload.

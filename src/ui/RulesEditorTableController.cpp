@@ -27,7 +27,7 @@ Q_LOGGING_CATEGORY(lcRulesEditorTableController, "com.norvalis.RulesEditorTableC
 
 namespace {
 
-constexpr int kRowHeight = 22;
+constexpr int kRowHeight = 26;
 
 QString filledIn(QString text, const QString &productName)
 {
@@ -125,7 +125,7 @@ void RulesEditorTableController::awakeFromNib()
     header->setSortIndicator(-1, Qt::AscendingOrder);
     header->setSectionResizeMode(QHeaderView::Interactive);
     header->setSectionResizeMode(RulesTableModel::PathColumn, QHeaderView::Stretch);
-    const int widths[] = {28, 240, 70, 70, 90, 120, 0, 200};
+    const int widths[] = {28, 290, 70, 70, 90, 150, 0, 200};
     for (int column = 0; column < int(std::size(widths)); ++column) {
         if (widths[column] > 0)
             table->setColumnWidth(column, widths[column]);
@@ -405,8 +405,8 @@ void RulesEditorTableController::deleteRows()
     const QList<int> rows = selectedRows();
     if (rows.isEmpty())
         return;
-    const QString activity =
-        rows.size() == 1 ? QStringLiteral("Deleting QUIVEN user policy") : QStringLiteral("Deleting QUIVEN user policies");
+    const QString activity = rows.size() == 1 ? QStringLiteral("Deleting QUIVEN user policy")
+                                              : QStringLiteral("Deleting QUIVEN user policies");
     performWithAuthorization(
         activity, [this, rows](const QByteArray &authForm, OSStatus status, const Finalizer &finalizer) {
             handleDeleteRows(rows);

@@ -16,7 +16,8 @@ TEST_F(ApplicationFixture, LoadsBehindTheOverlayAndAnswersAReloadAskedMeanwhile)
 
     std::optional<bool> reloaded;
     delegate->reloadRulesWithCallback([&](bool success) { reloaded = success; });
-    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }, 15000)) << daemons->failureText().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }, 15000))
+        << daemons->failureText().toStdString();
     EXPECT_TRUE(*reloaded) << "the queued request gets the load's result";
     EXPECT_FALSE(delegate->waitViewVisible());
     EXPECT_GT(window->model()->rowCount(), 10);
@@ -68,8 +69,11 @@ TEST_F(ApplicationFixture, QuitsAtOnceWhenCleanAndOnlyAfterASuccessfulReloadWhen
 
 TEST_F(ApplicationFixture, LockFollowsTheAuthorityAndLockingAgainAppliesTheRules)
 {
-    for (const QString answer : {QStringLiteral("deny"), QStringLiteral("cancel"), QStringLiteral("grant")}) {
+    for (const QString &answer :
+         {QStringLiteral("deny"), QStringLiteral("cancel"), QStringLiteral("grant")}) {
         SCOPED_TRACE(answer.toStdString());
+        // One stack at a time: each points this process at its own folders.
+        daemons.reset();
         daemons = std::make_unique<DaemonStack>();
         ASSERT_TRUE(startDaemons(answer));
         ASSERT_TRUE(launch());

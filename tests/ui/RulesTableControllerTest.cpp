@@ -4,6 +4,7 @@
 #include <QFileDialog>
 #include <QItemSelectionModel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTableView>
 #include <QTemporaryDir>
 
@@ -20,7 +21,8 @@ int rowWhere(const RulesTableModel &model, const std::function<bool(const NVCRul
 
 int rowWithPath(const RulesTableModel &model, const QString &path, bool system = false)
 {
-    return rowWhere(model, [&](const NVCRuleBase &rule) { return rule.path == path && rule.system == system; });
+    return rowWhere(model,
+                    [&](const NVCRuleBase &rule) { return rule.path == path && rule.system == system; });
 }
 
 } // namespace
@@ -105,7 +107,8 @@ TEST_F(LockedRulesTable, ARefusedTagEditChangesNothing)
     ASSERT_GE(row, 0);
     const RuleBasePtr rule = model->ruleAtRow(row);
     QSignalSpy resets(model, &QAbstractItemModel::modelReset);
-    EXPECT_TRUE(model->setData(model->index(row, RulesTableModel::TagColumn), QStringLiteral("typed"), Qt::EditRole));
+    EXPECT_TRUE(
+        model->setData(model->index(row, RulesTableModel::TagColumn), QStringLiteral("typed"), Qt::EditRole));
     ASSERT_TRUE(resets.wait()) << "the table drops the typed text";
     EXPECT_TRUE(rule->tag.isEmpty());
     EXPECT_FALSE(RulesDirtyFlag::isSet());
@@ -129,14 +132,16 @@ TEST_F(RulesTableController, FilterSortHideAndExportTheSelection)
     EXPECT_EQ(quint64(model->rowCount()), manager->totalRules(false));
     EXPECT_LT(model->rowCount(), all);
 
-    select({rowWithPath(*model, QStringLiteral("~/Music/")), rowWithPath(*model, QStringLiteral("/mnt/backup/"))});
+    select({rowWithPath(*model, QStringLiteral("~/Music/")),
+            rowWithPath(*model, QStringLiteral("/mnt/backup/"))});
     window->exportSelectedRules();
     QFileDialog *panel = nullptr;
-    ASSERT_TRUE(waitUntil([&] { return (panel = window->findChild<QFileDialog *>(QStringLiteral("exportPanel"))); }));
+    ASSERT_TRUE(
+        waitUntil([&] { return (panel = window->findChild<QFileDialog *>(QStringLiteral("exportPanel"))); }));
     QTemporaryDir folder;
     const QString target = folder.filePath(QStringLiteral("chosen.quiven"));
     panel->selectFile(target);
-    panel->accept();
+    QMetaObject::invokeMethod(panel, "accept");
     QFile exported(target);
     ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = exported.readAll().trimmed().split('\n');

@@ -1,7 +1,8 @@
+#include "RulesTableModel.h"
+
 #include "AppDelegate.h"
 #include "NVCEditPolicyUI.h"
 #include "RuleManager.h"
-#include "RulesTableModel.h"
 #include "StoreTestRules.h"
 #include "WaitUntil.h"
 
@@ -27,7 +28,8 @@ protected:
         manager.addWatchRule(watchRule(QStringLiteral("/etc/"), QStringLiteral("any")), false);
         // Two rules of one application, the second one made redundant by the first.
         manager.addPolicyRule(policyRule(0, 0, QStringLiteral("/usr/"), QStringLiteral("/bin/sh"), 7), false);
-        manager.addPolicyRule(policyRule(0, 1, QStringLiteral("/usr/share"), QStringLiteral("/bin/sh"), 1), false);
+        manager.addPolicyRule(policyRule(0, 1, QStringLiteral("/usr/share"), QStringLiteral("/bin/sh"), 1),
+                              false);
         manager.addPolicyRule(policyRule(1, 0, QStringLiteral("/no/such/folder/"),
                                          QStringLiteral("/bin/cp via /usr/bin/make"), 2, QString(), true),
                               false);
@@ -63,24 +65,26 @@ TEST_F(RulesTableModelTest, RowsFollowTheStoreAndPassTheModelChecks)
 TEST_F(RulesTableModelTest, CellsShowTheRuleAsTheTableDrawsIt)
 {
     RulesTableModel model(&manager);
-    // Row 0 watch, rows 1-2 the /bin/sh group, row 3 the system rule.
-    EXPECT_EQ(cellText(model, 0, RulesTableModel::ActionColumn), QStringLiteral("Watch"));
-    EXPECT_EQ(cellText(model, 1, RulesTableModel::ApplicationColumn), QStringLiteral("sh"));
-    EXPECT_TRUE(cellText(model, 2, RulesTableModel::ApplicationColumn).isEmpty()) << "only a group's first row";
-    EXPECT_EQ(cellText(model, 3, RulesTableModel::ApplicationColumn), QStringLiteral("cp via make"));
-    EXPECT_EQ(cellText(model, 3, RulesTableModel::ActionColumn), QStringLiteral("Deny"));
-    EXPECT_EQ(cellText(model, 2, RulesTableModel::TypeColumn), QStringLiteral("Path"));
-    EXPECT_EQ(cellText(model, 1, RulesTableModel::OperationsColumn), QStringLiteral("rwc"));
-
-    EXPECT_EQ(cellText(model, 3, RulesTableModel::StateColumn, Qt::AccessibleTextRole), QStringLiteral("System rule"));
-    EXPECT_TRUE(cellText(model, 1, RulesTableModel::StateColumn, Qt::AccessibleTextRole).isEmpty());
+    // Watch rules first, then the groups by name: "cp via make" (system), then "sh".
+    const int watch = 0, system = 1, groupHead = 2, redundant = 3;
+    ASSERT_EQ(model.ruleAtRow(redundant)->path, QStringLiteral("/usr/share"));
+    EXPECT_EQ(cellText(model, watch, RulesTableModel::ActionColumn), QStringLiteral("Watch"));
+    EXPECT_EQ(cellText(model, system, RulesTableModel::ApplicationColumn), QStringLiteral("cp via make"));
+    EXPECT_EQ(cellText(model, system, RulesTableModel::ActionColumn), QStringLiteral("Deny"));
+    EXPECT_EQ(cellText(model, groupHead, RulesTableModel::ApplicationColumn), QStringLiteral("sh"));
+    EXPECT_TRUE(cellText(model, redundant, RulesTableModel::ApplicationColumn).isEmpty())
+        << "only a group's first row names it";
+    EXPECT_EQ(cellText(model, redundant, RulesTableModel::TypeColumn), QStringLiteral("Path"));
+    EXPECT_EQ(cellText(model, groupHead, RulesTableModel::OperationsColumn), QStringLiteral("rwc"));
+    EXPECT_EQ(cellText(model, system, RulesTableModel::StateColumn, Qt::AccessibleTextRole),
+              QStringLiteral("System rule"));
 
     const auto colour = [&](int row) {
         return model.data(model.index(row, RulesTableModel::PathColumn), Qt::ForegroundRole).value<QColor>();
     };
-    EXPECT_EQ(colour(2), NVCEditPolicyUI::systemOrange()) << "redundant";
-    EXPECT_FALSE(colour(1).isValid()) << "an existing folder keeps the label colour";
-    EXPECT_FALSE(colour(3).isValid()) << "system rules keep the label colour";
+    EXPECT_EQ(colour(redundant), NVCEditPolicyUI::systemOrange());
+    EXPECT_FALSE(colour(groupHead).isValid()) << "an existing folder keeps the label colour";
+    EXPECT_FALSE(colour(system).isValid()) << "system rules keep the label colour";
 }
 
 TEST_F(RulesTableModelTest, ChangesMadeOnAnotherThreadReachTheViewQueued)
@@ -109,11 +113,13 @@ TEST(TableCellChecks, PathColoursAndApplicationValidity)
     ASSERT_TRUE(program.open());
     program.write("#!/bin/sh\n");
     program.flush();
-    const QString sha1 = QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha1).toHex());
+    const QString sha1 =
+        QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha1).toHex());
     const QString sha256 =
         QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha256).toHex());
     const auto valid = [](const QString &process, const QString &constraint) {
-        return NVCEditPolicyUI::isValidApplicationPath(*policyRule(0, 0, QStringLiteral("/"), process, 1, constraint));
+        return NVCEditPolicyUI::isValidApplicationPath(
+            *policyRule(0, 0, QStringLiteral("/"), process, 1, constraint));
     };
     const QString path = program.fileName();
     EXPECT_TRUE(valid(path, QString()));

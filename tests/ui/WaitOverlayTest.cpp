@@ -85,11 +85,12 @@ TEST(WaitOverlay, HideFromAnotherThreadCallsBackOnceAfterTheFade)
 
     int calls = 0;
     Qt::HANDLE callingThread = nullptr;
-    std::thread([&] { controller.hideWithCallback([&] {
-                    ++calls;
-                    callingThread = QThread::currentThreadId();
-                }); })
-        .join();
+    std::thread([&] {
+        controller.hideWithCallback([&] {
+            ++calls;
+            callingThread = QThread::currentThreadId();
+        });
+    }).join();
     ASSERT_TRUE(waitUntil([&] { return calls == 1; }));
     EXPECT_EQ(callingThread, QThread::currentThreadId());
     EXPECT_TRUE(panel.isNull()) << "the panel is gone once the callback runs";
