@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AuthorizationStatus.h"
+#include "NVCAuthorizationDelegate.h"
 #include "NVCRuleBase.h"
 
 #include <QMainWindow>
@@ -10,7 +11,6 @@
 #include <memory>
 #include <optional>
 
-class NVCAuthorizationDelegate;
 class NVCCustomization;
 class NVCCustomizedStrings;
 class NVCRuleManager;
