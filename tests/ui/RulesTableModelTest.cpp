@@ -4,12 +4,14 @@
 #include "NVCEditPolicyUI.h"
 #include "RuleManager.h"
 #include "StoreTestRules.h"
+#include "UiTranslations.h"
 #include "WaitUntil.h"
 
 #include <QAbstractItemModelTester>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QTemporaryFile>
+#include <QTranslator>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -136,4 +138,15 @@ TEST(TableCellChecks, PathColoursAndApplicationValidity)
     EXPECT_EQ(AppDelegate::labelForConstraint(sha1), QStringLiteral("SHA1"));
     EXPECT_EQ(AppDelegate::labelForConstraint(sha256), QStringLiteral("SHA256"));
     EXPECT_EQ(AppDelegate::labelForConstraint(QStringLiteral("ABCDE12345")), QStringLiteral("Team ID"));
+}
+
+TEST(UiTranslations, TheGermanCatalogIsEmbedded)
+{
+    ASSERT_TRUE(installUiTranslations(QLocale(QLocale::German)));
+    RuleManager manager;
+    RulesTableModel model(&manager);
+    EXPECT_EQ(model.headerData(RulesTableModel::ApplicationColumn, Qt::Horizontal, Qt::DisplayRole).toString(),
+              QStringLiteral("Programm"));
+    for (QTranslator *translator : QCoreApplication::instance()->findChildren<QTranslator *>())
+        QCoreApplication::removeTranslator(translator);
 }
