@@ -1,0 +1,108 @@
+#include "RuleMatching.h"
+
+#include "CandidateGroups.h"
+#include "RuleManager.h"
+
+#include <QMutexLocker>
+#include <algorithm>
+#include <bitset>
+#include <limits>
+
+namespace {
+
+// Finds the rows of a few rules in a view of up to millions: a bit per hashed
+// address rules out almost every row before the exact search.
+class RowFinder
+{
+public:
+    explicit RowFinder(const std::vector<RuleBasePtr> &rules)
+    {
+        m_sorted.reserve(rules.size());
+        for (std::size_t i = 0; i < rules.size(); ++i) {
+            m_sorted.emplace_back(rules[i].get(), i);
+            m_seen.set(slot(rules[i].get()));
+        }
+        std::sort(m_sorted.begin(), m_sorted.end());
+    }
+
+    std::vector<std::optional<quint64>> rowsIn(const QList<RuleBasePtr> &view) const
+    {
+        std::vector<std::optional<quint64>> rows(m_sorted.size());
+        std::size_t missing = m_sorted.size();
+        for (qsizetype row = 0; row < view.size() && missing > 0; ++row) {
+            const NVCRuleBase *rule = view[row].get();
+            if (!m_seen.test(slot(rule)))
+                continue;
+            const auto at =
+                std::lower_bound(m_sorted.begin(), m_sorted.end(), std::make_pair(rule, std::size_t(0)));
+            if (at != m_sorted.end() && at->first == rule && !rows[at->second]) {
+                rows[at->second] = quint64(row);
+                --missing;
+            }
+        }
+        return rows;
+    }
+
+private:
+    static constexpr std::size_t kSlots = 1 << 16;
+    static std::size_t slot(const NVCRuleBase *rule)
+    {
+        const auto address = quint64(reinterpret_cast<quintptr>(rule));
+        return std::size_t((address * 0x9e3779b97f4a7c15ULL) >> 48) % kSlots;
+    }
+
+    std::vector<std::pair<const NVCRuleBase *, std::size_t>> m_sorted;
+    std::bitset<kSlots> m_seen;
+};
+
+RuleMatch describe(const RuleManager &manager, const RuleBasePtr &rule, std::optional<quint64> row)
+{
+    RuleMatch match{rule, false, false, QString(), row};
+    if (const PolicyRulePtr policy = std::dynamic_pointer_cast<PolicyRule>(rule)) {
+        match.redundant = manager.isRedundant(policy);
+        match.group = RuleManager::applicationGroupIdentityForRule(*rule);
+    } else {
+        match.isWatchRule = true;
+    }
+    return match;
+}
+
+// Table order; rules the search hides keep the order they were found in, last.
+void sortByRow(QList<RuleMatch> &matches)
+{
+    std::stable_sort(matches.begin(), matches.end(), [](const RuleMatch &a, const RuleMatch &b) {
+        return a.row.value_or(std::numeric_limits<quint64>::max()) <
+               b.row.value_or(std::numeric_limits<quint64>::max());
+    });
+}
+
+} // namespace
+
+AccessMatches matchAccess(const RuleManager &manager, const FileAccess &access)
+{
+    QMutexLocker locker(&manager.lock());
+    const AccessMatcher matcher(access);
+
+    std::vector<RuleBasePtr> found;
+    for (const QList<PolicyRulePtr> *group : candidateGroups(manager, matcher)) {
+        for (const PolicyRulePtr &rule : *group) {
+            if (rule && matcher.matches(*rule))
+                found.push_back(rule);
+        }
+    }
+    // Watch rules are few and not grouped by program.
+    for (const WatchRulePtr &rule : manager.watchRules()) {
+        if (rule && matcher.matches(*rule))
+            found.push_back(rule);
+    }
+
+    const std::vector<std::optional<quint64>> rows = RowFinder(found).rowsIn(manager.compositeIndex());
+    AccessMatches answer;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        QList<RuleMatch> &list = manager.validateRule(*found[i]) ? answer.matches : answer.wouldMatchIfValid;
+        list.append(describe(manager, found[i], rows[i]));
+    }
+    sortByRow(answer.matches);
+    sortByRow(answer.wouldMatchIfValid);
+    return answer;
+}
