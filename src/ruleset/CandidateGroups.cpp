@@ -46,7 +46,7 @@ QStringList processTexts(const AccessMatcher &matcher)
 }
 
 // A group key ends in the rule's constraint, unless the process text alone
-// makes the key; the constraint is told apart by trying two.
+// makes the key; a constraint no rule has tells which.
 struct KeyPattern
 {
     QString text;
@@ -55,23 +55,27 @@ struct KeyPattern
 
 KeyPattern keyPatternFor(const QString &processText)
 {
+    static const QString marker(QChar(0xFFFF));
     NVCRuleBase probe;
     probe.processName = processText;
-    probe.constraint = QStringLiteral("");
-    const QString withoutConstraint = RuleManager::applicationGroupIdentityForRule(probe);
-    probe.constraint = QStringLiteral("-");
-    return {withoutConstraint, RuleManager::applicationGroupIdentityForRule(probe) != withoutConstraint};
+    probe.constraint = marker;
+    QString key = RuleManager::applicationGroupIdentityForRule(probe);
+    if (!key.endsWith(marker))
+        return {key, false};
+    key.chop(marker.size());
+    return {key, true};
 }
 
 // The keys that begin with `prefix`. The view's keys are sorted by their
-// case-folded text, in which those keys lie together.
+// case-folded text, in which those keys lie together; comparing without case
+// folds the same way without building folded copies.
 template <typename Visit>
 void forEachKeyWithPrefix(const QStringList &sortedKeys, const QString &prefix, Visit visit)
 {
-    const QString folded = prefix.toCaseFolded();
-    auto key = std::partition_point(sortedKeys.cbegin(), sortedKeys.cend(),
-                                    [&folded](const QString &k) { return k.toCaseFolded() < folded; });
-    for (; key != sortedKeys.cend() && key->toCaseFolded().startsWith(folded); ++key) {
+    auto key = std::partition_point(sortedKeys.cbegin(), sortedKeys.cend(), [&prefix](const QString &k) {
+        return QString::compare(k, prefix, Qt::CaseInsensitive) < 0;
+    });
+    for (; key != sortedKeys.cend() && key->startsWith(prefix, Qt::CaseInsensitive); ++key) {
         if (key->startsWith(prefix))
             visit(*key);
     }
@@ -84,13 +88,10 @@ std::vector<const QList<PolicyRulePtr> *> candidateGroups(const RuleManager &man
 {
     const auto &groups = manager.policyRulesByApplication();
     std::vector<const QList<PolicyRulePtr> *> found;
-    QSet<QString> seenKeys;
     const auto take = [&](const QString &key) {
         const auto group = groups.constFind(key);
-        if (group != groups.cend() && !seenKeys.contains(key)) {
-            seenKeys.insert(key);
+        if (group != groups.cend())
             found.push_back(&group.value());
-        }
     };
 
     QSet<QString> seenPatterns;
@@ -104,5 +105,7 @@ std::vector<const QList<PolicyRulePtr> *> candidateGroups(const RuleManager &man
         else
             take(pattern.text);
     }
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
     return found;
 }

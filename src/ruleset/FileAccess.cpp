@@ -6,20 +6,22 @@
 
 namespace {
 
-constexpr QLatin1StringView kAny("any");
-constexpr QLatin1StringView kAnyVia("any via ");
-constexpr QLatin1StringView kAnyAncestor("any ancestor ");
-constexpr QLatin1StringView kVia(" via ");
-constexpr QLatin1StringView kAncestor(" ancestor ");
+// UTF-16 literals: comparing with Latin-1 text would convert it on every rule.
+constexpr QStringView kAny(u"any");
+constexpr QStringView kAnyVia(u"any via ");
+constexpr QStringView kAnyAncestor(u"any ancestor ");
+constexpr QStringView kVia(u" via ");
+constexpr QStringView kAncestor(u" ancestor ");
 
 // Device paths live in namespaces of their own: a rule in one never reaches a
 // file in another or an ordinary file (0 is the ordinary file system).
-constexpr std::array<QLatin1StringView, 4> kNamespaces{
-    QLatin1StringView(":NVRAM/"), QLatin1StringView(":ATTACH/"), QLatin1StringView(":IOKIT/"),
-    QLatin1StringView(":KMOD/")};
+constexpr std::array<QStringView, 4> kNamespaces{QStringView(u":NVRAM/"), QStringView(u":ATTACH/"),
+                                                 QStringView(u":IOKIT/"), QStringView(u":KMOD/")};
 
 int namespaceOf(QStringView path)
 {
+    if (!path.startsWith(u':'))
+        return 0;
     for (std::size_t i = 0; i < kNamespaces.size(); ++i) {
         if (path.startsWith(kNamespaces[i]))
             return int(i) + 1;
@@ -82,7 +84,19 @@ AccessMatcher::AccessMatcher(const FileAccess &access)
 
 bool AccessMatcher::matches(const NVCRuleBase &rule) const
 {
-    return (rule.operations & m_operation) != 0 && processMatches(rule.processName) && pathMatches(rule);
+    // The path first: it turns most candidates away, and their process texts need not be read.
+    return (rule.operations & m_operation) != 0 && pathMatches(rule) &&
+           rememberedProcessMatches(rule.processName);
+}
+
+// Rules of one group share their process text, so the last answer is kept.
+bool AccessMatcher::rememberedProcessMatches(const QString &processText) const
+{
+    if (processText.isNull() != m_lastProcessText.isNull() || processText != m_lastProcessText) {
+        m_lastProcessText = processText;
+        m_lastProcessMatched = processMatches(processText);
+    }
+    return m_lastProcessMatched;
 }
 
 bool AccessMatcher::pathMatches(const NVCRuleBase &rule) const
@@ -117,6 +131,9 @@ bool AccessMatcher::processMatches(QStringView processText) const
         return false;
     if (processText == kAny)
         return true;
+    // A rule's program given by its full path must be this one: most texts fail here.
+    if (processText.startsWith(u'/') && !processText.startsWith(m_program))
+        return false;
     const auto isParent = [this](QStringView text) {
         return text == kAny || (!m_parent.isNull() && isProgram(text, m_parent));
     };

@@ -20,7 +20,8 @@ struct FileAccess
 // Whether a rule is about an access, validity aside: its operations hold the
 // access's, its path covers the file and its process text describes the
 // program and its parents. The access is prepared once, so that testing many
-// rules stays cheap.
+// rules stays cheap; a matcher remembers its last answer and so serves one
+// thread.
 class AccessMatcher
 {
 public:
@@ -38,6 +39,7 @@ private:
     struct Expanded;
     Expanded expandHome(QStringView text) const;
     bool pathMatches(const NVCRuleBase &rule) const;
+    bool rememberedProcessMatches(const QString &processText) const;
     bool processMatches(QStringView processText) const;
     bool isProgram(QStringView ruleText, const QString &program) const;
     bool isAncestor(QStringView ruleText) const;
@@ -49,4 +51,6 @@ private:
     QString m_path;
     int m_pathNamespace = 0;
     quint32 m_operation = 0;
+    mutable QString m_lastProcessText;
+    mutable bool m_lastProcessMatched = false;
 };

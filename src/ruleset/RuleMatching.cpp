@@ -2,6 +2,7 @@
 
 #include "CandidateGroups.h"
 #include "RuleManager.h"
+#include "RulePrefetch.h"
 
 #include <QMutexLocker>
 #include <algorithm>
@@ -55,6 +56,23 @@ private:
     std::bitset<kSlots> m_seen;
 };
 
+// Candidates lie scattered over the heap; asking for rules and their paths a
+// few steps ahead lets the cache misses overlap.
+template <typename Rule>
+void collectMatches(const std::vector<const Rule *> &candidates, const AccessMatcher &matcher,
+                    std::vector<RuleBasePtr> &found)
+{
+    constexpr std::size_t distance = 8;
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+        if (i + distance < candidates.size())
+            prefetchRuleData(candidates[i + distance]->get());
+        if (i + distance / 2 < candidates.size())
+            prefetchRuleData(candidates[i + distance / 2]->get()->path.constData());
+        if (matcher.matches(**candidates[i]))
+            found.push_back(*candidates[i]);
+    }
+}
+
 RuleMatch describe(const RuleManager &manager, const RuleBasePtr &rule, std::optional<quint64> row)
 {
     RuleMatch match{rule, false, false, QString(), row};
@@ -67,13 +85,14 @@ RuleMatch describe(const RuleManager &manager, const RuleBasePtr &rule, std::opt
     return match;
 }
 
-// Table order; rules the search hides keep the order they were found in, last.
+// Table order; rules the search hides come last, in reading order.
 void sortByRow(QList<RuleMatch> &matches)
 {
-    std::stable_sort(matches.begin(), matches.end(), [](const RuleMatch &a, const RuleMatch &b) {
-        return a.row.value_or(std::numeric_limits<quint64>::max()) <
-               b.row.value_or(std::numeric_limits<quint64>::max());
-    });
+    const auto place = [](const RuleMatch &match) {
+        return std::make_pair(match.row.value_or(std::numeric_limits<quint64>::max()), match.rule->sequence);
+    };
+    std::stable_sort(matches.begin(), matches.end(),
+                     [&place](const RuleMatch &a, const RuleMatch &b) { return place(a) < place(b); });
 }
 
 } // namespace
@@ -83,18 +102,23 @@ AccessMatches matchAccess(const RuleManager &manager, const FileAccess &access)
     QMutexLocker locker(&manager.lock());
     const AccessMatcher matcher(access);
 
-    std::vector<RuleBasePtr> found;
+    std::vector<const PolicyRulePtr *> policies;
     for (const QList<PolicyRulePtr> *group : candidateGroups(manager, matcher)) {
         for (const PolicyRulePtr &rule : *group) {
-            if (rule && matcher.matches(*rule))
-                found.push_back(rule);
+            if (rule)
+                policies.push_back(&rule);
         }
     }
     // Watch rules are few and not grouped by program.
+    std::vector<const WatchRulePtr *> watches;
+    watches.reserve(std::size_t(manager.watchRules().size()));
     for (const WatchRulePtr &rule : manager.watchRules()) {
-        if (rule && matcher.matches(*rule))
-            found.push_back(rule);
+        if (rule)
+            watches.push_back(&rule);
     }
+    std::vector<RuleBasePtr> found;
+    collectMatches(policies, matcher, found);
+    collectMatches(watches, matcher, found);
 
     const std::vector<std::optional<quint64>> rows = RowFinder(found).rowsIn(manager.compositeIndex());
     AccessMatches answer;
