@@ -14,7 +14,7 @@ struct FileAccess
     QStringList ancestors; // further programs up the chain; the parent counts as one too
     QString path;          // the file or folder
     quint32 operation = 0; // exactly one operation bit
-    QString homeFolder;    // home of the user asking; "~" in rule paths stands for it
+    QString homeFolder;    // home of the user asking; "~" in rules stands for it too
 };
 
 // Whether a rule is about an access, validity aside: its operations hold the

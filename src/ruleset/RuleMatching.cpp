@@ -49,7 +49,7 @@ private:
     static std::size_t slot(const NVCRuleBase *rule)
     {
         const auto address = quint64(reinterpret_cast<quintptr>(rule));
-        return std::size_t((address * 0x9e3779b97f4a7c15ULL) >> 48) % kSlots;
+        return std::size_t((address * 0x9e3779b97f4a7c15ULL) >> 48);
     }
 
     std::vector<std::pair<const NVCRuleBase *, std::size_t>> m_sorted;
