@@ -76,7 +76,8 @@ std::optional<QString> loadRuleFileText(const QString &path, QString *errorMessa
 
     // The text ends at the first NUL byte; a sequence cut off at the end is invalid too.
     const qsizetype length = qstrnlen(buffer.constData(), std::size_t(size));
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless);
     QString text = decoder.decode(QByteArrayView(buffer.constData(), length));
     if (decoder.hasError()) {
         *errorMessage = loadFailure;
