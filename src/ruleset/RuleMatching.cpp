@@ -1,6 +1,7 @@
 #include "RuleMatching.h"
 
 #include "CandidateGroups.h"
+#include "RuleLogging.h"
 #include "RuleManager.h"
 #include "RulePrefetch.h"
 
@@ -128,5 +129,11 @@ AccessMatches matchAccess(const RuleManager &manager, const FileAccess &access)
     }
     sortByRow(answer.matches);
     sortByRow(answer.wouldMatchIfValid);
+    qCDebug(lcRuleManagement).noquote()
+        << QStringLiteral("Access to %1 by %2: %3 of %4 candidate rules match, %5 more if valid")
+               .arg(access.path, access.program)
+               .arg(answer.matches.size())
+               .arg(policies.size() + watches.size())
+               .arg(answer.wouldMatchIfValid.size());
     return answer;
 }
