@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "CommandRegistry.h"
+#include "MatchCommand.h"
 #include "RuleFields.h"
 #include "RuleJson.h"
 #include "RulesSession.h"
@@ -13,11 +14,13 @@
 namespace quivenctl {
 namespace {
 
-const QString kUsage = QStringLiteral(
-    "rules list [--user-only] [--filter TEXT] | rules add|delete --class allow|deny|watch "
-    "--type prefix|path|suffix --path P --process P [--parent P] [--operations LETTERS] [--tag T] "
-    "[--constraint C] [--no-prompt] | rules export --out FILE [--select N,...] | rules import FILE "
-    "[--no-prompt]");
+const QString kUsage =
+    QStringLiteral(
+        "rules list [--user-only] [--filter TEXT] | rules add|delete --class allow|deny|watch "
+        "--type prefix|path|suffix --path P --process P [--parent P] [--operations LETTERS] [--tag T] "
+        "[--constraint C] [--no-prompt] | rules export --out FILE [--select N,...] | rules import FILE "
+        "[--no-prompt] | ") +
+    matchUsage();
 
 int failure(const QString &message)
 {
@@ -220,6 +223,8 @@ int rules(const QStringList &arguments)
         return exportRules(rest);
     if (verb == QLatin1String("import"))
         return importRules(rest);
+    if (verb == QLatin1String("match"))
+        return matchCommand(rest);
     return usageError(verb.isEmpty() ? QStringLiteral("rules needs a command")
                                      : QStringLiteral("unknown rules command '%1'").arg(verb),
                       kUsage);
