@@ -181,7 +181,7 @@
     </message>
     <message>
         <location filename="../forms/RulesEditorTableController.ui" line="96" />
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="151" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="152" />
         <source>%%QUIVEN_NAME%% Configuration</source>
         <translation>%%QUIVEN_NAME%% Konfiguration</translation>
     </message>
@@ -228,7 +228,7 @@
     <message>
         <location filename="../forms/RulesEditorTableController.ui" line="174" />
         <location filename="../forms/RulesEditorTableController.ui" line="221" />
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="100" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="101" />
         <source>Delete</source>
         <translation>Löschen</translation>
     </message>
@@ -269,132 +269,302 @@
     </message>
     <message>
         <location filename="../forms/RulesEditorTableController.ui" line="229" />
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="491" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="492" />
         <source>Hide System Rules</source>
         <translation>Systemregeln ausblenden</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="59" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="60" />
         <source>System Ruleset</source>
         <translation>Systemregelwerk</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="60" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="61" />
         <source>Standard Ruleset</source>
         <translation>Standard-Regelwerk</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="60" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="61" />
         <source>Classic Ruleset</source>
         <translation>Klassisches Regelwerk</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="60" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="61" />
         <source>Paranoid Ruleset</source>
         <translation>Paranoides Regelwerk</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="66" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="67" />
         <source>System ruleset</source>
         <translation>Systemregelwerk</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="75" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="76" />
         <source>Search rules</source>
         <translation>Regeln durchsuchen</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="76" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="77" />
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="99" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="100" />
         <source>Rule</source>
         <translation>Regel</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="364" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="365" />
         <source>Cannot Delete System Rule</source>
         <translation>Systemregel kann nicht gelöscht werden</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="365" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="366" />
         <source>System rules cannot be deleted. To override a system rule, create an identical user rule with a different policy.</source>
         <translation>Systemregeln können nicht gelöscht werden. Um eine Systemregel zu übersteuern, erstellen Sie eine gleiche Benutzerregel mit einer anderen Richtlinie.</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="443" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="444" />
         <source>Cannot Delete System Rules</source>
         <translation>Systemregeln können nicht gelöscht werden</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="444" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="445" />
         <source>System rules cannot be deleted using this tool. Please disable %%QUIVEN_NAME%% and edit the system rules directly to make changes.</source>
         <translation>Systemregeln können mit diesem Programm nicht gelöscht werden. Bitte schalten Sie %%QUIVEN_NAME%% aus und bearbeiten Sie die Systemregeln direkt.</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="477" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="478" />
         <source>Cannot Edit System Rules</source>
         <translation>Systemregeln können nicht bearbeitet werden</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="478" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="479" />
         <source>System rules cannot be edited using this tool. Please disable %%QUIVEN_NAME%% and edit the system rules directly to make changes.</source>
         <translation>Systemregeln können mit diesem Programm nicht bearbeitet werden. Bitte schalten Sie %%QUIVEN_NAME%% aus und bearbeiten Sie die Systemregeln direkt.</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="491" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="492" />
         <source>Show System Rules</source>
         <translation>Systemregeln einblenden</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesEditorTableController.cpp" line="512" />
+        <location filename="../../src/ui/RulesEditorTableController.cpp" line="513" />
         <source>Export Rules</source>
         <translation>Regeln exportieren</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="19" />
+        <source>reads</source>
+        <translation>liest</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="21" />
+        <source>writes</source>
+        <translation>schreibt</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="23" />
+        <source>creates</source>
+        <translation>erstellt</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="25" />
+        <source>modifies</source>
+        <translation>ändert</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="27" />
+        <source>executes</source>
+        <translation>führt aus</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="35" />
+        <source>Test Access…</source>
+        <translation>Zugriff prüfen…</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="44" />
+        <source>Show All Rules</source>
+        <translation>Alle Regeln zeigen</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="68" />
+        <source> started by %1</source>
+        <translation> gestartet von %1</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="70" />
+        <source>%1%2 %3 %4</source>
+        <translation>%1%2 %3 %4</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="78" />
+        <source>Rules matching %1: %2</source>
+        <translation>Passende Regeln für %1: %2</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/RulesEditorAccessTest.cpp" line="80" />
+        <source>(%1 more would match if they were valid)</source>
+        <translation>(%1 weitere würden passen, wenn sie gültig wären)</translation>
     </message>
 </context>
 <context>
     <name>RulesTableModel</name>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="138" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="148" />
         <source>State</source>
         <translation>Status</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="140" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="150" />
         <source>Application</source>
         <translation>Programm</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="142" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="152" />
         <source>Action</source>
         <translation>Aktion</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="144" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="154" />
         <source>Type</source>
         <translation>Typ</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="146" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="156" />
         <source>Operations</source>
         <translation>Operationen</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="148" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="158" />
         <source>Tag</source>
         <translation>Markierung</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="150" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="160" />
         <source>Path</source>
         <translation>Pfad</translation>
     </message>
     <message>
-        <location filename="../../src/ui/RulesTableModel.cpp" line="152" />
+        <location filename="../../src/ui/RulesTableModel.cpp" line="162" />
         <source>Constraint</source>
         <translation>Bedingung</translation>
+    </message>
+</context>
+<context>
+    <name>TestAccessDialog</name>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="6" />
+        <source>Test Access</source>
+        <translation>Zugriff prüfen</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="12" />
+        <source>Which rules are about a program using a file? Every matching rule is listed, allow and deny alike; which one the filter obeys is its own decision.</source>
+        <translation>Welche Regeln betreffen den Zugriff eines Programms auf eine Datei? Jede passende Regel wird gezeigt, erlaubende wie verweigernde; welcher der Filter folgt, entscheidet er selbst.</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="24" />
+        <source>Program:</source>
+        <translation>Programm:</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="34" />
+        <source>Program</source>
+        <translation>Programm</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="47" />
+        <location filename="../forms/TestAccessDialog.ui" line="77" />
+        <location filename="../forms/TestAccessDialog.ui" line="104" />
+        <source>Browse…</source>
+        <translation>Durchsuchen…</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="50" />
+        <source>Choose the program</source>
+        <translation>Programm wählen</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="57" />
+        <source>Started by:</source>
+        <translation>Gestartet von:</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="67" />
+        <source>Parent program</source>
+        <translation>Elternprogramm</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="70" />
+        <source>optional</source>
+        <translation>optional</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="80" />
+        <source>Choose the parent program</source>
+        <translation>Elternprogramm wählen</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="87" />
+        <source>File or folder:</source>
+        <translation>Datei oder Ordner:</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="97" />
+        <source>File or folder</source>
+        <translation>Datei oder Ordner</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="107" />
+        <source>Choose the file or folder</source>
+        <translation>Datei oder Ordner wählen</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="114" />
+        <source>Operation:</source>
+        <translation>Operation:</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="124" />
+        <source>Operation</source>
+        <translation>Operation</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="128" />
+        <source>Read</source>
+        <translation>Lesen</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="133" />
+        <source>Write</source>
+        <translation>Schreiben</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="138" />
+        <source>Create</source>
+        <translation>Erstellen</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="143" />
+        <source>Modify</source>
+        <translation>Ändern</translation>
+    </message>
+    <message>
+        <location filename="../forms/TestAccessDialog.ui" line="148" />
+        <source>Execute</source>
+        <translation>Ausführen</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/TestAccessDialog.cpp" line="40" />
+        <source>Test</source>
+        <translation>Prüfen</translation>
+    </message>
+    <message>
+        <location filename="../../src/ui/TestAccessDialog.cpp" line="86" />
+        <source>Use Path</source>
+        <translation>Pfad verwenden</translation>
     </message>
 </context>
 </TS>

@@ -29,9 +29,10 @@ def wait_for(condition, what, timeout=DEFAULT_TIMEOUT):
         time.sleep(0.05)
 
 
-def find(root, role, name=None, contains=None):
-    """The first showing node of `role` whose name is `name` (or contains
-    `contains`), breadth first; tables are not searched cell by cell."""
+def find(root, role, name=None, contains=None, showing=True):
+    """The first node of `role` whose name is `name` (or contains `contains`),
+    breadth first, showing on screen unless told otherwise (items of closed
+    menus are not); tables are not searched cell by cell."""
     queue = [root]
     while queue:
         node = queue.pop(0)
@@ -40,7 +41,7 @@ def find(root, role, name=None, contains=None):
         node_name = node.name.strip()
         if (node.getRoleName() == role and (name is None or node_name == name)
                 and (contains is None or contains in node_name)
-                and node.getState().contains(pyatspi.STATE_SHOWING)):
+                and (not showing or node.getState().contains(pyatspi.STATE_SHOWING))):
             return node
         if node.getRoleName() != "table":
             queue.extend(node.getChildAtIndex(index) for index in range(node.childCount))
@@ -61,8 +62,8 @@ class Application:
                 return application
         return None
 
-    def find(self, role, name=None, contains=None, timeout=DEFAULT_TIMEOUT):
-        return wait_for(lambda: find(self.root, role, name, contains),
+    def find(self, role, name=None, contains=None, timeout=DEFAULT_TIMEOUT, showing=True):
+        return wait_for(lambda: find(self.root, role, name, contains, showing),
                         "%s %r" % (role, name or contains), timeout)
 
     def gone(self, role, contains, timeout=DEFAULT_TIMEOUT):
@@ -80,8 +81,8 @@ class Application:
     def table(self):
         return self.find("table", "Rules")
 
-    def press(self, role, name):
-        node = self.find(role, name)
+    def press(self, role, name, showing=True):
+        node = self.find(role, name, showing=showing)
         wait_for(lambda: node.getState().contains(pyatspi.STATE_ENABLED), "%r to be enabled" % name)
         node.queryAction().doAction(0)
         return node

@@ -49,6 +49,7 @@ RulesEditorTableController::RulesEditorTableController(NVCRuleManager *ruleManag
     ui->setupUi(this);
     setupToolbarWidgets();
     setupContextMenu();
+    setupAccessTest();
     awakeFromNib();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AuthorizationStatus.h"
+#include "FileAccess.h"
 #include "NVCAuthorizationDelegate.h"
 #include "NVCRuleBase.h"
 
@@ -15,12 +16,14 @@ class NVCCustomization;
 class NVCCustomizedStrings;
 class NVCRuleManager;
 class QAction;
+class QLabel;
 class QLineEdit;
 class QMenu;
 class QPushButton;
 class QTableView;
 class QToolButton;
 class RulesTableModel;
+class TestAccessDialog;
 
 namespace Ui {
 class RulesEditorTableController;
@@ -83,6 +86,13 @@ public:
     // Opens the context menu as a click on `row` does (-1: below the rows).
     void openContextMenuForRow(int row, const QPoint &globalPosition);
 
+    // "Test Access…": the table shows only the rules about one access, until cleared.
+    QAction *testAccessMenuItem() const { return m_testAccessMenuItem; }
+    TestAccessDialog *openTestAccessDialog();
+    void applyAccessFilter(const FileAccess &access);
+    void clearAccessFilter();
+    QLabel *accessFilterLabel() const { return m_accessFilterLabel; }
+
     // Shows a notice over the window; it goes away with its OK button.
     void displayNotice(const QString &title, const QString &message);
 
@@ -98,6 +108,7 @@ private:
     void awakeFromNib();
     void setupToolbarWidgets();
     void setupContextMenu();
+    void setupAccessTest();
     void validateToolbarItems();
     void validateMenuItems();
     QList<int> selectedRows() const;
@@ -126,6 +137,10 @@ private:
     QMenu *m_rulesetMenu = nullptr;
     QMenu *m_contextMenu = nullptr;
     QAction *m_deleteRuleMenuItem = nullptr;
+    QAction *m_testAccessMenuItem = nullptr;
+    QPointer<TestAccessDialog> m_testAccessDialog;
+    QWidget *m_accessFilterBar = nullptr;
+    QLabel *m_accessFilterLabel = nullptr;
     int m_clickedRow = -1;
     bool m_showSystemRules = true;
     bool m_initialize = true;

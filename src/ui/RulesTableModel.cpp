@@ -44,8 +44,18 @@ void RulesTableModel::reloadData()
         m_rows =
             m_showSystemRules ? m_ruleManager->compositeIndex() : m_ruleManager->compositeIndexUserOnly();
     }
+    if (m_rowFilter) {
+        const QSet<const NVCRuleBase *> kept = m_rowFilter();
+        m_rows.removeIf([&kept](const RuleBasePtr &rule) { return !kept.contains(rule.get()); });
+    }
     m_cells.clear();
     endResetModel();
+}
+
+void RulesTableModel::setRowFilter(RowFilter filter)
+{
+    m_rowFilter = std::move(filter);
+    reloadData();
 }
 
 RuleBasePtr RulesTableModel::ruleAtRow(int row) const

@@ -6,6 +6,8 @@
 #include <QAbstractTableModel>
 #include <QCache>
 #include <QList>
+#include <QSet>
+#include <functional>
 
 class RuleManager;
 
@@ -36,6 +38,11 @@ public:
     void setShowSystemRules(bool show);
 
     RuleBasePtr ruleAtRow(int row) const;
+    // Rules to keep of the store's view, asked afresh on every change of the
+    // view (rules are rebuilt when the daemon announces a new ruleset).
+    using RowFilter = std::function<QSet<const NVCRuleBase *>()>;
+    void setRowFilter(RowFilter filter);
+
     // Takes a row off the table without touching the store.
     void removeRowFromTable(int row);
     // Redraws the given columns of a row.
@@ -62,6 +69,7 @@ private:
 
     RuleManager *m_ruleManager;
     bool m_showSystemRules = true;
+    RowFilter m_rowFilter;
     QList<RuleBasePtr> m_rows;
     mutable QCache<quint64, RuleCell> m_cells{4096};
 };

@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 """The real configuration application on the stand-in daemons, driven through
 the accessibility bus as a user with a screen reader would: wait for the rules
-to load, read them, filter, unlock, hide the system rules, delete a user rule,
-and find the filter daemon's file without it.
+to load, read them, filter, test which rules apply to an access, unlock, hide
+the system rules, delete a user rule, and find the filter daemon's file
+without it.
 usage: main_window_e2e.py BUILD_DIR (inside scripts/gui/xvfb-session.sh)"""
 
 import os
@@ -47,6 +48,19 @@ def run(build_dir, environment):
         search.queryEditableText().setTextContents("rsync")
         wait_for(lambda: table.queryTable().nRows == 2, "the filter to leave the two rsync rules")
         search.queryEditableText().setTextContents("")
+        wait_for(lambda: table.queryTable().nRows == len(paths), "every rule back")
+
+        # Which rules are about git writing a file in a project?
+        application.press("menu item", "Test Access…", showing=False)
+        dialog = application.find("dialog", "Test Access")
+        quiven_atspi.find(dialog, "text", "Program").queryEditableText().setTextContents("/usr/bin/git")
+        quiven_atspi.find(dialog, "text", "File or folder").queryEditableText().setTextContents(
+            "~/Projects/app/main.c")
+        application.press("push button", "Test")
+        application.find("label", contains="Rules matching /usr/bin/git reads ~/Projects/app/main.c")
+        matching = table_rows(table, PATH_COLUMN)
+        assert 0 < len(matching) < len(paths) and "~/Projects/" in matching, matching
+        application.press("push button", "Show All Rules")
         wait_for(lambda: table.queryTable().nRows == len(paths), "every rule back")
 
         application.press("push button", "Click the lock to make changes.")

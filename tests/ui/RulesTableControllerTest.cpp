@@ -1,10 +1,15 @@
 #include "ApplicationFixture.h"
+#include "RuleMatching.h"
 #include "RulesTableModel.h"
+#include "TestAccessDialog.h"
 
+#include <QComboBox>
 #include <QFileDialog>
 #include <QItemSelectionModel>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QTableView>
 #include <QTemporaryDir>
 
@@ -152,4 +157,32 @@ TEST_F(RulesTableController, FilterSortHideAndExportTheSelection)
     const QList<QByteArray> lines = exported.readAll().trimmed().split('\n');
     ASSERT_EQ(lines.size(), 2);
     EXPECT_TRUE(lines.join().contains("~/Music/") && lines.join().contains("/mnt/backup/"));
+}
+
+TEST_F(RulesTableController, TestAccessShowsTheMatchingRulesUntilCleared)
+{
+    const int all = model->rowCount();
+    TestAccessDialog *dialog = window->openTestAccessDialog();
+    dialog->findChild<QLineEdit *>(QStringLiteral("programTextField"))
+        ->setText(QStringLiteral("/usr/bin/git"));
+    EXPECT_FALSE(dialog->testButton()->isEnabled()) << "a file is needed too";
+    dialog->findChild<QLineEdit *>(QStringLiteral("pathTextField"))
+        ->setText(QStringLiteral("~/Projects/app/main.c"));
+    dialog->findChild<QComboBox *>(QStringLiteral("operationPopUp"))->setCurrentIndex(1);
+    ASSERT_TRUE(dialog->testButton()->isEnabled());
+    const FileAccess access = dialog->access();
+    EXPECT_EQ(access.operation, 2u);
+    dialog->testButton()->click();
+
+    const AccessMatches expected = matchAccess(*manager, access);
+    ASSERT_FALSE(expected.matches.isEmpty());
+    EXPECT_EQ(model->rowCount(), expected.matches.size() + expected.wouldMatchIfValid.size());
+    EXPECT_GE(rowWithPath(*model, QStringLiteral("~/Projects/")), 0);
+    EXPECT_LT(rowWithPath(*model, QStringLiteral("~/Music/")), 0);
+    EXPECT_TRUE(window->accessFilterLabel()->isVisible());
+    EXPECT_TRUE(window->accessFilterLabel()->text().contains(QStringLiteral("/usr/bin/git writes")));
+
+    window->clearAccessFilter();
+    EXPECT_EQ(model->rowCount(), all);
+    EXPECT_FALSE(window->accessFilterLabel()->isVisible());
 }

@@ -145,8 +145,9 @@ TEST(UiTranslations, TheGermanCatalogIsEmbedded)
     ASSERT_TRUE(installUiTranslations(QLocale(QLocale::German)));
     RuleManager manager;
     RulesTableModel model(&manager);
-    EXPECT_EQ(model.headerData(RulesTableModel::ApplicationColumn, Qt::Horizontal, Qt::DisplayRole).toString(),
-              QStringLiteral("Programm"));
+    EXPECT_EQ(
+        model.headerData(RulesTableModel::ApplicationColumn, Qt::Horizontal, Qt::DisplayRole).toString(),
+        QStringLiteral("Programm"));
     for (QTranslator *translator : QCoreApplication::instance()->findChildren<QTranslator *>())
         QCoreApplication::removeTranslator(translator);
 }
