@@ -1,7 +1,8 @@
 #include "NVCNamespace.h"
 
-#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLoggingCategory>
 
 Q_LOGGING_CATEGORY(lcNamespace, "com.norvalis.NVCNamespace")
@@ -10,42 +11,46 @@ NVCNamespace::NVCNamespace(const QString &name)
     : m_namespace(name)
 {}
 
-QStringList NVCNamespace::namespaceFileCandidates()
+QString NVCNamespace::namespaceFilePath(const QString &installedFile, const QString &executableFolder)
 {
-    QStringList candidates;
-    if (QCoreApplication::instance())
-        candidates << QCoreApplication::applicationDirPath() + QStringLiteral("/namespace");
-    candidates << QStringLiteral("/usr/share/quiven/namespace");
-    return candidates;
+    if (QFileInfo::exists(installedFile)) {
+        qCDebug(lcNamespace, "namespace path from Resources: %s", qUtf8Printable(installedFile));
+        return installedFile;
+    }
+    const QString path = QDir(executableFolder).filePath(QStringLiteral("namespace"));
+    qCDebug(lcNamespace, "namespace path from bundlePath: %s", qUtf8Printable(path));
+    return path;
 }
 
-QString NVCNamespace::readNamespaceFile(const QStringList &candidates)
+QString NVCNamespace::readNamespaceFile(const QString &path)
 {
-    for (const QString &path : candidates) {
-        qCDebug(lcNamespace, "will search for namespace in %s", qUtf8Printable(path));
-        QFile file(path);
-        if (!file.exists())
-            continue;
-        if (!file.open(QIODevice::ReadOnly)) {
-            qCCritical(lcNamespace, "there was an error opening the namespace at %s", qUtf8Printable(path));
-            continue;
-        }
-        const QString resolved = QString::fromUtf8(file.readAll()).trimmed();
-        qCInfo(lcNamespace, "resolved namespace: %s", qUtf8Printable(resolved));
-        return resolved;
-    }
-    return {};
+    qCDebug(lcNamespace, "will search for namespace in %s", qUtf8Printable(path));
+    QFile file(path);
+    QString resolved;
+    if (file.open(QIODevice::ReadOnly))
+        resolved = QString::fromUtf8(file.readAll()).trimmed();
+    else if (file.exists())
+        qCCritical(lcNamespace, "there was an error opening the namespace at %s", qUtf8Printable(path));
+    qCInfo(lcNamespace, "resolved namespace: %s", qUtf8Printable(resolved));
+    return resolved;
 }
 
 const NVCNamespace &NVCNamespace::globalNamespace()
 {
-    static const NVCNamespace instance(readNamespaceFile(namespaceFileCandidates()));
+    static const NVCNamespace instance(readNamespaceFile(namespaceFilePath(
+        QString::fromLatin1(installedNamespaceFile),
+        QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget()).absolutePath())));
     return instance;
 }
 
 QString NVCNamespace::namespacedWithId(const QString &identifier)
 {
-    const QString result = globalNamespace().namespacedIdWith(identifier);
+    return globalNamespace().namespacedIdLogged(identifier);
+}
+
+QString NVCNamespace::namespacedIdLogged(const QString &identifier) const
+{
+    const QString result = namespacedIdWith(identifier);
     qCDebug(lcNamespace, "namespaced id %s --> %s", qUtf8Printable(identifier), qUtf8Printable(result));
     return result;
 }

@@ -24,13 +24,10 @@ public:
 public Q_SLOTS:
     void terminate()
     {
-        if (!acceptCall() || !m_quivenClient)
-            return;
-        // Shutting down drops this listener; finish the current call first.
-        QTimer::singleShot(0, m_quivenClient.data(), [client = m_quivenClient] {
-            if (client)
-                client->terminate();
-        });
+        // At once: the daemon leaves the bus right after this call, and the
+        // link must still be open to close it the way terminate does.
+        if (acceptCall() && m_quivenClient)
+            m_quivenClient->terminate();
     }
 
 private:

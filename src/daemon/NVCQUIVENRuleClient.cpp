@@ -178,9 +178,9 @@ void NVCQUIVENRuleClient::setupAuthRefWithMessage(const QString &message, const 
 
 ComNorvalisNVCQUIVENDaemonRuleProtocolInterface *NVCQUIVENRuleClient::ruleProxy()
 {
-    if (serviceTerminated() || !connection())
-        return nullptr;
-    return m_rules;
+    // Like the daemon proxy: with the bus gone the call still goes out and
+    // fails through the caller's error path.
+    return daemonProxy() ? m_rules : nullptr;
 }
 
 void NVCQUIVENRuleClient::getUserRuleset(const RulesetReply &reply, const ErrorCallback &error)
@@ -188,23 +188,24 @@ void NVCQUIVENRuleClient::getUserRuleset(const RulesetReply &reply, const ErrorC
     auto *rules = ruleProxy();
     if (!rules)
         return;
+    // An answer that cannot be decoded fails like a broken connection.
+    const ErrorCallback failed = error ? error : xpcErrorLogger();
     deliver(
         rules->getUserRuleset(),
-        [reply, error](const QDBusPendingCall &call) {
+        [reply, failed](const QDBusPendingCall &call) {
             const QDBusPendingReply<QList<QVariantMap>, QList<QVariantMap>> answer(call);
             QList<WatchRulePtr> watchRules;
             QList<PolicyRulePtr> policyRules;
             QString text;
             if (!quiven::dbus::unarchiveWatchRules(answer.argumentAt<0>(), &watchRules, &text) ||
                 !quiven::dbus::unarchivePolicyRules(answer.argumentAt<1>(), &policyRules, &text)) {
-                if (error)
-                    error(QDBusError(QDBusError::InvalidArgs, text));
+                failed(QDBusError(QDBusError::InvalidArgs, text));
                 return;
             }
             if (reply)
                 reply(watchRules, policyRules);
         },
-        error ? error : xpcErrorLogger());
+        failed);
 }
 
 void NVCQUIVENRuleClient::setUserWatchRules(const QList<WatchRulePtr> &watchRules,

@@ -30,9 +30,8 @@ public:
 // policy-changed events. Unlike the plain filter client it never listens for
 // the terminate event, so a restarted daemon is simply reconnected.
 //
-// Replies, error callbacks and listener calls run on this object's thread (the
-// thread whose event loop delivers its bus replies), never on the GUI thread
-// by design: callers that touch the interface must hop to it themselves.
+// Replies, error callbacks and listener calls run on this object's thread,
+// whichever thread made the call.
 class NVCQUIVENRuleClient : public NVCQUIVENClient
 {
     Q_OBJECT

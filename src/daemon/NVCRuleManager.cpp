@@ -1,5 +1,6 @@
 #include "NVCRuleManager.h"
 
+#include "NVCActivity.h"
 #include "NVCSettingsClient.h"
 
 #include <QLoggingCategory>
@@ -41,6 +42,11 @@ NVCRuleManager::~NVCRuleManager()
     m_quivenClient->removePolicyListener(this);
 }
 
+QString NVCRuleManager::description() const
+{
+    return QStringLiteral("<NVCRuleManager: 0x%1>").arg(quintptr(this), 0, 16);
+}
+
 void NVCRuleManager::setLocalPolicyUpdateListener(std::function<void()> listener)
 {
     QMutexLocker locker(&m_listenerLock);
@@ -49,7 +55,7 @@ void NVCRuleManager::setLocalPolicyUpdateListener(std::function<void()> listener
 
 void NVCRuleManager::reloadCurrentUserConfigurationWithCallback(const Callback &callback)
 {
-    qCDebug(lcNVCRuleManager, "Reload current user configuration");
+    const NVCActivity activity(QStringLiteral("Reload current user configuration"));
     reset();
     loadSystemRuleSetWithCallback(callback);
 }
@@ -159,7 +165,6 @@ void NVCRuleManager::writeToCurrentUserConfigurationWithAuthForm(const QByteArra
 void NVCRuleManager::saveUserRulesWithAuthorizationExtRef(const QByteArray &authForm, OSStatus status,
                                                           const Finalizer &finalizer)
 {
-    qCDebug(lcNVCRuleManager, "Updating QUIVEN user policy");
     if (status != errAuthorizationSuccess) {
         // The caller's own status handling runs instead of the finalizer.
         qCCritical(lcNVCRuleManager, "Authorization error saving new rules to daemon, status=%d", status);

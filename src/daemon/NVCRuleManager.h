@@ -15,9 +15,9 @@ class NVCSettingsClient;
 // saves go to the filter daemon under an administrator authorization. The
 // in-memory model changes only when the daemon announces a new ruleset.
 //
-// Every callback below runs on the thread that delivers the clients' bus
-// replies, not on the GUI thread: an interface must hop to its own thread
-// before touching widgets.
+// The manager and its clients belong to the thread that made them (the GUI
+// thread in the application): every callback below runs there, whichever
+// thread started the call.
 class NVCRuleManager : public RuleManager, public NVCPolicyListener
 {
 public:
@@ -66,6 +66,7 @@ public:
                                      const QList<PolicyRulePtr> &policyRules) override;
     void handleUserPolicyUpdateWithWatchRules(const QList<WatchRulePtr> &watchRules,
                                               const QList<PolicyRulePtr> &policyRules);
+    QString description() const override;
     QString listenerDescription() const override { return description(); }
 
 private:

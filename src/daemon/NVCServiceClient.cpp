@@ -6,6 +6,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVirtualObject>
 #include <QLoggingCategory>
 #include <QThread>
 #include <cstdlib>
@@ -21,6 +22,29 @@ QString nextListenerPathPrefix()
     static QAtomicInteger<quint32> counter;
     return QStringLiteral("/com/norvalis/client/%1/").arg(counter.fetchAndAddOrdered(1));
 }
+
+// Exported for a protocol this client cannot resolve: the daemon's call-back
+// is taken (and logged) but nothing answers it. Virtual objects are called on
+// the bus's own thread; acceptCallFrom() only touches locked state, and the
+// client, which owns this object, unregisters it before deleting it.
+class UnresolvedProtocolListener : public QDBusVirtualObject
+{
+public:
+    explicit UnresolvedProtocolListener(NVCServiceClient *client)
+        : m_client(client)
+    {}
+
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &) override
+    {
+        m_client->acceptCallFrom(message.service(), this);
+        return false;
+    }
+
+    QString introspect(const QString &) const override { return {}; }
+
+private:
+    NVCServiceClient *m_client;
+};
 
 } // namespace
 
@@ -43,7 +67,7 @@ NVCServiceClient::NVCServiceClient(const QDBusConnection &bus, const QString &se
                                    QObject *parent)
     : QObject(parent)
     , m_bus(bus)
-    , m_serviceName(nameSpace.namespacedIdWith(serviceName))
+    , m_serviceName(nameSpace.namespacedIdLogged(serviceName))
     , m_objectPath(quiven::dbus::objectPathForService(serviceName))
     , m_protocolName(protocolName)
 {
@@ -63,6 +87,20 @@ NVCServiceClient::NVCServiceClient(const QDBusConnection &bus, const NVCListener
     init();
 }
 
+NVCServiceClient::NVCServiceClient(const QDBusConnection &bus, const NVCListenerEndpoint &peer,
+                                   const QString &protocolName, AdoptedLink)
+    : NVCServiceClient(bus, peer, protocolName)
+{
+    m_connected = true;
+}
+
+std::unique_ptr<NVCServiceClient> NVCServiceClient::withXpcConnection(const QDBusConnection &bus,
+                                                                      const NVCListenerEndpoint &peer,
+                                                                      const QString &protocolName)
+{
+    return std::unique_ptr<NVCServiceClient>(new NVCServiceClient(bus, peer, protocolName, AdoptedLink{}));
+}
+
 void NVCServiceClient::init()
 {
     quiven::dbus::registerTypes();
@@ -79,8 +117,23 @@ void NVCServiceClient::init()
 
 NVCServiceClient::~NVCServiceClient()
 {
+    m_destroying = true;
     m_deallocating = true;
     shutdown();
+}
+
+bool NVCServiceClient::isOwnerThread() const
+{
+    return QThread::currentThread() == thread();
+}
+
+void NVCServiceClient::assertOwnerThread(const char *where) const
+{
+    if (isOwnerThread())
+        return;
+    qCCritical(lcServiceClient, "%s called on a thread that does not own the client for %s", where,
+               qUtf8Printable(m_serviceName));
+    Q_ASSERT_X(false, where, "called on a thread that does not own the client");
 }
 
 bool NVCServiceClient::connection()
@@ -90,6 +143,11 @@ bool NVCServiceClient::connection()
         return true;
     if (m_deallocating)
         return false;
+    if (!m_isEndpoint && m_serviceName.isEmpty()) {
+        qCCritical(lcServiceClient, "xpcMachServiceName property is nil");
+        Q_ASSERT_X(false, "NVCServiceClient", "xpcMachServiceName property is nil");
+        return false;
+    }
     if (!m_bus.isConnected()) {
         locker.unlock();
         reportInvalidation();
@@ -99,20 +157,60 @@ bool NVCServiceClient::connection()
         qCDebug(lcServiceClient, "Using anonymous endpoint %s %s", qUtf8Printable(m_serviceName),
                 qUtf8Printable(m_objectPath));
     else
-        qCDebug(lcServiceClient, "Setting up connection to service %s", qUtf8Printable(m_serviceName));
-    m_watcher = std::make_unique<QDBusServiceWatcher>(m_serviceName, m_bus,
-                                                      QDBusServiceWatcher::WatchForUnregistration);
-    QPointer<NVCServiceClient> weakSelf(this);
-    connect(m_watcher.get(), &QDBusServiceWatcher::serviceUnregistered, this, [weakSelf] {
-        if (weakSelf)
-            weakSelf->reportInterruption();
-    });
+        qCDebug(lcServiceClient, "Setting up XPC connection to Mach service %s with options %lu",
+                qUtf8Printable(m_serviceName), connectionOptions);
     if (m_connectionSetup)
         m_connectionSetup();
     m_connected = true;
+    m_linkHasHandlers = true;
+    locker.unlock();
+    // The watcher delivers on its own thread, so it must live on ours; a
+    // caller's worker thread may have no event loop at all.
+    if (isOwnerThread())
+        installServiceWatcher();
+    else
+        QMetaObject::invokeMethod(this, &NVCServiceClient::installServiceWatcher, Qt::QueuedConnection);
+    return true;
+}
+
+bool NVCServiceClient::linkForCall()
+{
+    return connection() || !m_deallocating;
+}
+
+void NVCServiceClient::failShutDown(ErrorCallback error)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [error = std::move(error)] {
+            error(QDBusError(QDBusError::Disconnected, QStringLiteral("the client has been shut down")));
+        },
+        Qt::QueuedConnection);
+}
+
+void NVCServiceClient::installServiceWatcher()
+{
+    {
+        QMutexLocker locker(&m_connectionLock);
+        // The link may have been dropped again before this posted step ran.
+        if (!m_connected || !m_linkHasHandlers || m_watcher)
+            return;
+        m_watcher = std::make_unique<QDBusServiceWatcher>(m_serviceName, m_bus,
+                                                          QDBusServiceWatcher::WatchForUnregistration);
+        QPointer<NVCServiceClient> weakSelf(this);
+        connect(m_watcher.get(), &QDBusServiceWatcher::serviceUnregistered, this, [weakSelf] {
+            if (weakSelf)
+                weakSelf->reportInterruption();
+        });
+    }
     if (m_reconnectionHandler)
         m_reconnectionHandler();
-    return true;
+}
+
+bool NVCServiceClient::linkReportsEvents() const
+{
+    QMutexLocker locker(&m_connectionLock);
+    return m_connected && m_linkHasHandlers;
 }
 
 bool NVCServiceClient::isConnected() const
@@ -162,6 +260,13 @@ NVCServiceClient::ErrorCallback NVCServiceClient::loggingErrorCallback()
 
 void NVCServiceClient::reportInterruption()
 {
+    if (m_destroying)
+        return;
+    // Handlers and the recovery (with its retry timer) run on the owner thread.
+    if (!isOwnerThread()) {
+        QMetaObject::invokeMethod(this, &NVCServiceClient::reportInterruption, Qt::QueuedConnection);
+        return;
+    }
     if (m_interruptionHandler)
         m_interruptionHandler();
     connectionInterrupted();
@@ -169,6 +274,12 @@ void NVCServiceClient::reportInterruption()
 
 void NVCServiceClient::reportInvalidation()
 {
+    if (m_destroying)
+        return;
+    if (!isOwnerThread()) {
+        QMetaObject::invokeMethod(this, &NVCServiceClient::reportInvalidation, Qt::QueuedConnection);
+        return;
+    }
     if (m_invalidationHandler)
         m_invalidationHandler();
     connectionInvalidated();
@@ -176,7 +287,7 @@ void NVCServiceClient::reportInvalidation()
 
 void NVCServiceClient::busDisconnected()
 {
-    if (isConnected())
+    if (linkReportsEvents())
         reportInvalidation();
 }
 
@@ -184,13 +295,13 @@ void NVCServiceClient::handleFailure(const QDBusError &error)
 {
     switch (error.type()) {
     case QDBusError::Disconnected:
-        if (isConnected())
+        if (linkReportsEvents())
             reportInvalidation();
         break;
     case QDBusError::NoReply:
     case QDBusError::ServiceUnknown:
     case QDBusError::NoServer:
-        if (isConnected())
+        if (linkReportsEvents())
             reportInterruption();
         break;
     default:
@@ -282,6 +393,16 @@ std::optional<NVCListenerEndpoint> NVCServiceClient::endpointForProtocol(const Q
 
 bool NVCServiceClient::subscribeToUpdateWithProtocol(const QString &protocolName, Handler connectionSetup)
 {
+    // The listener is exported from, and called on, the owner thread.
+    if (!isOwnerThread()) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, protocolName, connectionSetup = std::move(connectionSetup)]() mutable {
+                subscribeToUpdateWithProtocol(protocolName, std::move(connectionSetup));
+            },
+            Qt::QueuedConnection);
+        return true;
+    }
     {
         QMutexLocker locker(&m_subscriptionLock);
         if (findSubscription(protocolName))
@@ -290,14 +411,18 @@ bool NVCServiceClient::subscribeToUpdateWithProtocol(const QString &protocolName
         subscription.protocolName = protocolName;
         subscription.path = nextListenerPathPrefix() + protocolName;
         subscription.connectionSetup = std::move(connectionSetup);
-        subscription.listener = createListener(protocolName);
-        if (!subscription.listener) {
-            qCCritical(lcServiceClient, "Error: could not resolve protocol %s", qUtf8Printable(protocolName));
-            subscription.listener = new NVCSubscriptionListener(this);
+        NVCSubscriptionListener *listener = createListener(protocolName);
+        subscription.resolved = listener != nullptr;
+        if (listener) {
+            subscription.listener = listener;
+            m_bus.registerObject(subscription.path, listener, QDBusConnection::ExportAdaptors);
+        } else {
+            auto *unresolved = new UnresolvedProtocolListener(this);
+            subscription.listener = unresolved;
+            m_bus.registerVirtualObject(subscription.path, unresolved);
         }
         subscription.listener->setParent(this);
         subscription.listener->setObjectName(subscription.path);
-        m_bus.registerObject(subscription.path, subscription.listener, QDBusConnection::ExportAdaptors);
         qCInfo(lcServiceClient, "Setting up new anonymous listener for protocol %s",
                qUtf8Printable(protocolName));
         m_subscriptions.append(subscription);
@@ -339,7 +464,7 @@ void NVCServiceClient::subscribeWithProtocol(const QString &protocolName, std::f
         loggingErrorCallback());
 }
 
-bool NVCServiceClient::acceptCallFrom(const QString &sender, const NVCSubscriptionListener *listener)
+bool NVCServiceClient::acceptCallFrom(const QString &sender, const QObject *listener)
 {
     qCDebug(lcServiceClient, "Received new connection: %s, for listener: %s", qUtf8Printable(sender),
             qUtf8Printable(listener->objectName()));
@@ -353,14 +478,20 @@ bool NVCServiceClient::acceptCallFrom(const QString &sender, const NVCSubscripti
         const QString peer = m_isEndpoint ? m_serviceName : m_peerName;
         if (peer.isEmpty() || sender != peer)
             return false;
-        if (!subscription.accepted) {
-            subscription.accepted = true;
-            if (subscription.connectionSetup)
-                subscription.connectionSetup();
-            qCDebug(lcServiceClient, "%s: Accepted connection %s for listener %s and protocol %s",
-                    qUtf8Printable(m_serviceName), qUtf8Printable(sender), qUtf8Printable(subscription.path),
-                    qUtf8Printable(subscription.protocolName));
+        // Each daemon process (a restart makes a new one) is a new incoming connection.
+        if (subscription.acceptedPeer == sender)
+            return true;
+        subscription.acceptedPeer = sender;
+        if (!subscription.resolved) {
+            qCCritical(lcServiceClient, "Error: could not resolve protocol %s",
+                       qUtf8Printable(subscription.protocolName));
+            return true;
         }
+        if (subscription.connectionSetup)
+            subscription.connectionSetup();
+        qCDebug(lcServiceClient, "%s: Accepted connection %s for listener %s and protocol %s",
+                qUtf8Printable(m_serviceName), qUtf8Printable(sender), qUtf8Printable(subscription.path),
+                qUtf8Printable(subscription.protocolName));
         return true;
     }
     return false;
@@ -369,7 +500,8 @@ bool NVCServiceClient::acceptCallFrom(const QString &sender, const NVCSubscripti
 void NVCServiceClient::dropSubscription(Subscription &subscription)
 {
     m_bus.unregisterObject(subscription.path);
-    delete subscription.listener;
+    // Later: the listener may be the one whose call is being handled (terminate).
+    subscription.listener->deleteLater();
     subscription.listener = nullptr;
 }
 
@@ -379,13 +511,19 @@ bool NVCServiceClient::unsubscribeProtocol(const QString &protocolName)
     Subscription *subscription = findSubscription(protocolName);
     if (!subscription || !subscription->listener)
         return false;
+    // The listener lives on the owner thread and is removed there.
+    if (!isOwnerThread()) {
+        QMetaObject::invokeMethod(
+            this, [this, protocolName] { unsubscribeProtocol(protocolName); }, Qt::QueuedConnection);
+        return true;
+    }
     const NVCListenerEndpoint endpoint{m_bus.baseService(), QDBusObjectPath(subscription->path)};
-    if (m_bus.isConnected())
-        deliverSync(m_subscriptionProxy->unsubscribeEndpoint(endpoint, protocolName), {},
-                    [protocolName](const QDBusError &error) {
-                        qCWarning(lcServiceClient, "Failed to unsubscribe protocol %s, error: %s",
-                                  qUtf8Printable(protocolName), qUtf8Printable(error.message()));
-                    });
+    // Also sent without a bus, so that the failure is logged like any other.
+    deliverSync(m_subscriptionProxy->unsubscribeEndpoint(endpoint, protocolName), {},
+                [protocolName](const QDBusError &error) {
+                    qCWarning(lcServiceClient, "Failed to unsubscribe protocol %s, error: %s",
+                              qUtf8Printable(protocolName), qUtf8Printable(error.message()));
+                });
     subscription = findSubscription(protocolName);
     if (!subscription)
         return true;
@@ -396,6 +534,7 @@ bool NVCServiceClient::unsubscribeProtocol(const QString &protocolName)
 
 void NVCServiceClient::shutdown()
 {
+    assertOwnerThread("shutdown");
     m_deallocating = true;
     QStringList names;
     {
@@ -411,7 +550,7 @@ void NVCServiceClient::shutdown()
 void NVCServiceClient::shutdownWithoutUnsubscribe()
 {
     qCDebug(lcServiceClient, "shutdownWithoutUnsubscribe");
-    m_deallocating = true;
+    assertOwnerThread("shutdownWithoutUnsubscribe");
     m_retryTimer.stop();
     {
         QMutexLocker locker(&m_subscriptionLock);
@@ -419,8 +558,16 @@ void NVCServiceClient::shutdownWithoutUnsubscribe()
             dropSubscription(subscription);
         m_subscriptions.clear();
     }
+    // Closing the link invalidates it: the owner's handler and the recovery
+    // hear of it like of any other invalidation (with nothing left to renew).
+    const bool reportsEvents = linkReportsEvents();
+    {
+        QMutexLocker locker(&m_connectionLock);
+        m_watcher.reset();
+    }
+    if (reportsEvents)
+        reportInvalidation();
     QMutexLocker locker(&m_connectionLock);
-    m_watcher.reset();
     m_connected = false;
 }
 
@@ -457,12 +604,14 @@ void NVCServiceClient::resetSubscriptions()
 
 void NVCServiceClient::trySubscribe()
 {
+    assertOwnerThread("trySubscribe");
     {
         QMutexLocker locker(&m_connectionLock);
         // The watcher may be the sender of the signal that got us here.
         if (m_watcher)
             m_watcher.release()->deleteLater();
         m_connected = false;
+        m_linkHasHandlers = false;
     }
     {
         QMutexLocker locker(&m_subscriptionLock);
@@ -485,6 +634,7 @@ void NVCServiceClient::continueSubscribe()
 
 void NVCServiceClient::doContinueSubscribe()
 {
+    assertOwnerThread("doContinueSubscribe");
     qCDebug(lcServiceClient, "Resubscribing");
     QString protocolName;
     {

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QRecursiveMutex>
 #include <QTimer>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -18,6 +19,7 @@
 
 class QDBusServiceWatcher;
 class QDBusPendingCallWatcher;
+class QDBusVirtualObject;
 class NVCServiceClient;
 class ComNorvalisNVCServiceClientSubscriptionProtocolInterface;
 
@@ -40,12 +42,19 @@ protected:
 // Base of every daemon client: one lazily made link to a service (well-known
 // name + object path), proxies whose error callback runs instead of the reply,
 // and subscriptions that are re-registered after the daemon comes back.
+//
+// A client belongs to the thread it was made on: replies, error callbacks,
+// handlers and call-backs run there. Calls may come from any thread; the work
+// that needs the owner thread (watchers, timers, listeners) is re-posted to it.
 class NVCServiceClient : public QObject
 {
     Q_OBJECT
 public:
     using ErrorCallback = std::function<void(const QDBusError &)>;
     using Handler = std::function<void()>;
+
+    // The option a link to a named service is made with: a daemon on the system bus.
+    static constexpr unsigned long connectionPrivileged = 4096;
 
     // Connects to `serviceName` (namespaced here) on `bus`; the interface is
     // "com.norvalis.<protocolName>" at "/com/norvalis/<daemon>".
@@ -55,6 +64,11 @@ public:
     // Connects to a listener endpoint instead of a named service.
     NVCServiceClient(const QDBusConnection &bus, const NVCListenerEndpoint &endpoint,
                      const QString &protocolName, QObject *parent = nullptr);
+    // Adopts a link to a peer that is already made: it counts as connected
+    // from the start, and nothing watches it (no handlers run for it).
+    static std::unique_ptr<NVCServiceClient> withXpcConnection(const QDBusConnection &bus,
+                                                               const NVCListenerEndpoint &peer,
+                                                               const QString &protocolName);
     ~NVCServiceClient() override;
 
     QDBusConnection bus() const { return m_bus; }
@@ -65,7 +79,13 @@ public:
     // "connection": makes the link when there is none; false once shut down.
     bool connection();
     bool isConnected() const;
+    // Whether a call may go out: false only once the client is shut down. With
+    // the bus gone it still goes out, so that it fails through its error path.
+    bool linkForCall();
+    // Gives `error` the error of a shut-down client, on the owner thread.
+    void failShutDown(ErrorCallback error);
 
+    unsigned long connectionOptions = connectionPrivileged;
     bool shouldTerminateProcessOnXPCInterruption = false;
     bool shouldTerminateProcessOnXPCInvalidation = false;
     void setReconnectionHandler(Handler handler);
@@ -97,8 +117,9 @@ public:
     void shutdown();
     void shutdownWithoutUnsubscribe();
 
-    // Called by listeners for each incoming call-back.
-    bool acceptCallFrom(const QString &sender, const NVCSubscriptionListener *listener);
+    // Called by listeners for each incoming call-back. A sender seen for the
+    // first time is a new incoming connection: the protocol's set-up runs for it.
+    bool acceptCallFrom(const QString &sender, const QObject *listener);
 
 protected:
     // The object exported for a protocol's call-backs, or null when this
@@ -114,6 +135,9 @@ protected:
     void doContinueSubscribe();
 
     bool deallocating() const { return m_deallocating; }
+    bool isOwnerThread() const;
+    // For work that cannot be re-posted: asserts in debug builds, logs in release builds.
+    void assertOwnerThread(const char *where) const;
 
 private Q_SLOTS:
     void busDisconnected();
@@ -123,13 +147,25 @@ private:
     {
         QString protocolName;
         bool alive = false;
-        NVCSubscriptionListener *listener = nullptr;
+        // The exported call-back object; a bare virtual object when this client
+        // cannot resolve the protocol.
+        QObject *listener = nullptr;
+        bool resolved = false;
         QString path;
         Handler connectionSetup;
-        bool accepted = false;
+        // The daemon whose call-backs were last accepted on this listener.
+        QString acceptedPeer;
     };
 
+    struct AdoptedLink
+    {};
+    NVCServiceClient(const QDBusConnection &bus, const NVCListenerEndpoint &peer, const QString &protocolName,
+                     AdoptedLink);
+
     void init();
+    void installServiceWatcher();
+    // Whether the current link reports interruption and invalidation (an adopted one does not).
+    bool linkReportsEvents() const;
     Subscription *findSubscription(const QString &protocolName);
     const Subscription *findSubscription(const QString &protocolName) const;
     void dropSubscription(Subscription &subscription);
@@ -147,7 +183,10 @@ private:
     mutable QRecursiveMutex m_connectionLock;
     std::unique_ptr<QDBusServiceWatcher> m_watcher;
     bool m_connected = false;
-    bool m_deallocating = false;
+    bool m_linkHasHandlers = false;
+    std::atomic_bool m_deallocating = false;
+    // Set first thing in the destructor: the owner's handlers are gone by then.
+    std::atomic_bool m_destroying = false;
     // Unique name of the daemon that confirmed our subscriptions; only it may call back.
     QString m_peerName;
 
@@ -160,7 +199,7 @@ private:
     Handler m_invalidationHandler;
     Handler m_connectionSetup;
 
-    int m_burndown = 30;
+    std::atomic_int m_burndown = 30;
     std::chrono::milliseconds m_fastDelay{2000};
     std::chrono::milliseconds m_slowDelay{120000};
     std::chrono::milliseconds m_lastRetryDelay{0};

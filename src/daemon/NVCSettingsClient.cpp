@@ -10,7 +10,8 @@ Q_LOGGING_CATEGORY(lcSettingsClient, "com.norvalis.NVCSettingsClient")
 
 namespace {
 constexpr auto kNotificationInterface = "com.norvalis.nrsettingsdNotifications";
-constexpr auto kNotificationSignal = "settingsUpdated";
+constexpr auto kSettingsSignal = "settingsUpdated";
+constexpr auto kWhitelistSignal = "whitelistUpdated";
 } // namespace
 
 NVCSettingsClient::NVCSettingsClient(const QDBusConnection &bus, const NVCNamespace &nameSpace,
@@ -52,6 +53,7 @@ void NVCSettingsClient::startListeners()
 void NVCSettingsClient::startListenersWithReply(std::function<void(bool)> reply)
 {
     qCInfo(lcSettingsClient, "Starting settings and whitelist notification listeners");
+    setupWhitelistNotification();
     setupSettingsNotification();
     QPointer<NVCSettingsClient> weakSelf(this);
     getUserAndSystemSettingsWithReply([weakSelf, reply](const QVariantMap &user, const QVariantMap &system,
@@ -78,14 +80,46 @@ void NVCSettingsClient::startListenersWithReply(std::function<void(bool)> reply)
 
 void NVCSettingsClient::setupSettingsNotification()
 {
+    // Registered from the owner thread only, so a token is never taken twice.
+    if (!isOwnerThread()) {
+        QMetaObject::invokeMethod(this, &NVCSettingsClient::setupSettingsNotification, Qt::QueuedConnection);
+        return;
+    }
     if (m_settingsNotifyToken != -1)
         return;
     if (bus().connect(serviceName(), objectPath(), QString::fromLatin1(kNotificationInterface),
-                      QString::fromLatin1(kNotificationSignal), this, SLOT(settingsUpdated())))
+                      QString::fromLatin1(kSettingsSignal), this, SLOT(settingsUpdated())))
         m_settingsNotifyToken = 1;
     else
         qCWarning(lcSettingsClient, "Failed to register for settings notifications: %s",
                   qUtf8Printable(bus().lastError().message()));
+}
+
+void NVCSettingsClient::setupWhitelistNotification()
+{
+    if (!isOwnerThread()) {
+        QMetaObject::invokeMethod(this, &NVCSettingsClient::setupWhitelistNotification, Qt::QueuedConnection);
+        return;
+    }
+    if (m_whitelistNotifyToken != -1)
+        return;
+    if (bus().connect(serviceName(), objectPath(), QString::fromLatin1(kNotificationInterface),
+                      QString::fromLatin1(kWhitelistSignal), this, SLOT(whitelistUpdated())))
+        m_whitelistNotifyToken = 2;
+    else
+        qCWarning(lcSettingsClient, "Failed to register for allow-list notifications: %s",
+                  qUtf8Printable(bus().lastError().message()));
+}
+
+void NVCSettingsClient::whitelistUpdated()
+{
+    QPointer<NVCSettingsClient> weakSelf(this);
+    getUserWhitelistWithReply([weakSelf](const QStringList &list, bool available) {
+        if (!available || !weakSelf)
+            return;
+        QMutexLocker locker(&weakSelf->m_cacheLock);
+        weakSelf->m_userWhitelist = list;
+    });
 }
 
 void NVCSettingsClient::settingsUpdated()
@@ -123,8 +157,8 @@ void NVCSettingsClient::storeSettings(const QVariantMap &user, const QVariantMap
 void NVCSettingsClient::getSystemSettingsWithReply(
     std::function<void(const QVariantMap &, const QDBusError &)> reply)
 {
-    if (!connection()) {
-        reply({}, QDBusError(QDBusError::Disconnected, QStringLiteral("the client has been shut down")));
+    if (!linkForCall()) {
+        failShutDown([reply](const QDBusError &error) { reply({}, error); });
         return;
     }
     deliver(
@@ -136,8 +170,8 @@ void NVCSettingsClient::getSystemSettingsWithReply(
 void NVCSettingsClient::getUserAndSystemSettingsWithReply(
     std::function<void(const QVariantMap &, const QVariantMap &, const QDBusError &)> reply)
 {
-    if (!connection()) {
-        reply({}, {}, QDBusError(QDBusError::Disconnected, QStringLiteral("the client has been shut down")));
+    if (!linkForCall()) {
+        failShutDown([reply](const QDBusError &error) { reply({}, {}, error); });
         return;
     }
     deliver(
@@ -151,8 +185,8 @@ void NVCSettingsClient::getUserAndSystemSettingsWithReply(
 
 void NVCSettingsClient::getUserWhitelistWithReply(std::function<void(const QStringList &, bool)> reply)
 {
-    if (!connection()) {
-        reply({}, false);
+    if (!linkForCall()) {
+        failShutDown([reply](const QDBusError &) { reply({}, false); });
         return;
     }
     deliver(

@@ -34,9 +34,11 @@ public:
 
     void startListeners();
     void startListenersWithReply(std::function<void(bool)> reply);
-    // Registers for the settings-changed signal once; later calls do nothing.
+    // Each registers for its change signal once; later calls do nothing.
     void setupSettingsNotification();
+    void setupWhitelistNotification();
     bool isNotificationRegistered() const { return m_settingsNotifyToken != -1; }
+    bool isWhitelistNotificationRegistered() const { return m_whitelistNotifyToken != -1; }
 
     void getSystemSettingsWithReply(std::function<void(const QVariantMap &, const QDBusError &)> reply);
     void getUserAndSystemSettingsWithReply(
@@ -56,6 +58,7 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void settingsUpdated();
+    void whitelistUpdated();
 
 private:
     void storeSettings(const QVariantMap &user, const QVariantMap &system);
@@ -67,5 +70,6 @@ private:
     QStringList m_userWhitelist;
     QRecursiveMutex m_callbackLock;
     QList<SettingsCallback> m_settingsUpdateCallbacks;
-    qint32 m_settingsNotifyToken = -1;
+    std::atomic<qint32> m_settingsNotifyToken = -1;
+    std::atomic<qint32> m_whitelistNotifyToken = -1;
 };

@@ -60,18 +60,20 @@ void NVCSettingsPrivilegedClient::sendWithExternalForm(const QByteArray &externa
     // The daemon refuses a holder without a reference; that refusal is the caller's answer.
     if (!reference)
         qCCritical(lcSettingsPrivilegedClient, "Invalid authorization reference");
-    const QVariantMap holder =
-        NVCAuthorizationHolder::withAuthorization(reference, m_authorization, true)->archive();
-    if (connection())
-        send(call(holder), callback);
-    else if (callback)
-        callback(QDBusError(QDBusError::Disconnected, QStringLiteral("the client has been shut down")));
+    sendWithHolder(NVCAuthorizationHolder::withAuthorization(reference, m_authorization, true)->archive(),
+                   call, callback);
 }
 
-void NVCSettingsPrivilegedClient::send(const QDBusPendingCall &call, const ErrorReply &callback)
+void NVCSettingsPrivilegedClient::sendWithHolder(const QVariantMap &holderArchive, const AuthorizedCall &call,
+                                                 const ErrorReply &callback)
 {
+    if (!linkForCall()) {
+        if (callback)
+            failShutDown(callback);
+        return;
+    }
     deliver(
-        call,
+        call(holderArchive),
         [callback](const QDBusPendingCall &) {
             if (callback)
                 callback(QDBusError());
@@ -106,17 +108,26 @@ void NVCSettingsPrivilegedClient::setQUIVENLearningMode(bool enabled,
         std::move(callback));
 }
 
-void NVCSettingsPrivilegedClient::setQUIVENAdvancedMode(bool enabled, const QVariantMap &authorization,
+void NVCSettingsPrivilegedClient::setQUIVENAdvancedMode(bool enabled,
+                                                        const NVCAuthorizationHolder &authorization,
                                                         ErrorReply callback)
 {
-    if (connection())
-        send(m_authorized->setQUIVENAdvancedModeWithAuthorization(authorization, enabled), callback);
+    sendWithHolder(
+        authorization.archive(),
+        [this, enabled](const QVariantMap &holder) {
+            return m_authorized->setQUIVENAdvancedModeWithAuthorization(holder, enabled);
+        },
+        callback);
 }
 
 void NVCSettingsPrivilegedClient::setQUIVENNonAdminCanSaveRules(bool enabled,
-                                                                const QVariantMap &authorization,
+                                                                const NVCAuthorizationHolder &authorization,
                                                                 ErrorReply callback)
 {
-    if (connection())
-        send(m_authorized->setQUIVENNonAdminCanSaveRulesWithAuthorization(authorization, enabled), callback);
+    sendWithHolder(
+        authorization.archive(),
+        [this, enabled](const QVariantMap &holder) {
+            return m_authorized->setQUIVENNonAdminCanSaveRulesWithAuthorization(holder, enabled);
+        },
+        callback);
 }

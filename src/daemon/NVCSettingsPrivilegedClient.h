@@ -8,6 +8,7 @@
 
 class ComNorvalisNrsettingsdAuthorizedProtocolInterface;
 class NVCAuthorization;
+class NVCAuthorizationHolder;
 
 // Changes the filter settings under an administrator authorization.
 class NVCSettingsPrivilegedClient : public NVCSettingsClient
@@ -36,8 +37,12 @@ public:
                                 ErrorReply callback);
     void setQUIVENLearningMode(bool enabled, const std::optional<QByteArray> &authReference,
                                ErrorReply callback);
-    void setQUIVENAdvancedMode(bool enabled, const QVariantMap &authorization, ErrorReply callback);
-    void setQUIVENNonAdminCanSaveRules(bool enabled, const QVariantMap &authorization, ErrorReply callback);
+    // These send the holder as it is; the daemon's refusal, or a failed
+    // connection, goes to the callback.
+    void setQUIVENAdvancedMode(bool enabled, const NVCAuthorizationHolder &authorization,
+                               ErrorReply callback);
+    void setQUIVENNonAdminCanSaveRules(bool enabled, const NVCAuthorizationHolder &authorization,
+                                       ErrorReply callback);
 
 private:
     using AuthorizedCall = std::function<QDBusPendingCall(const QVariantMap &holderArchive)>;
@@ -46,7 +51,8 @@ private:
                         ErrorReply callback);
     void sendWithExternalForm(const QByteArray &externalForm, const AuthorizedCall &call,
                               ErrorReply callback);
-    void send(const QDBusPendingCall &call, const ErrorReply &callback);
+    void sendWithHolder(const QVariantMap &holderArchive, const AuthorizedCall &call,
+                        const ErrorReply &callback);
 
     ComNorvalisNrsettingsdAuthorizedProtocolInterface *m_authorized = nullptr;
     std::shared_ptr<NVCAuthorization> m_authorization;

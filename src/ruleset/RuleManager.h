@@ -133,8 +133,8 @@ public:
     QString lastErrorMessage() const { return m_lastErrorMessage; }
     void setLastErrorMessage(const QString &message) { m_lastErrorMessage = message; }
 
-    // "<RuleManager: 0x...>", used in log lines.
-    QString description() const;
+    // "<RuleManager: 0x...>", used in log lines; subclasses give their own class name.
+    virtual QString description() const;
 
     // The manager's own recursive lock: every read, store change and write runs under it.
     QRecursiveMutex &lock() const { return m_lock; }

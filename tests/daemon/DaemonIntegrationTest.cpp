@@ -1,9 +1,11 @@
 #include "BuildPaths.h"
 #include "DaemonStack.h"
+#include "NVCAuthorizationHolder.h"
 #include "NVCQUIVENClient.h"
 #include "NVCQUIVENDaemonRuleProtocolProxy.h"
 #include "NVCSettingsPrivilegedClient.h"
 #include "NVCUserPolicyResponse.h"
+#include "RoundTrip.h"
 #include "WaitUntil.h"
 
 #include <QCoreApplication>
@@ -70,17 +72,47 @@ TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilence
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 
+    // The terminate event closes the link like an invalidation.
+    EXPECT_FALSE(client.isConnected());
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
-    settle(300);
-    EXPECT_EQ(calls, 0);
 
     NVCQUIVENClient other(connection, NVCNamespace(QString()));
     std::vector<qint64> statuses;
-    other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
-    ASSERT_TRUE(waitUntil([&] { return !statuses.empty(); }));
-    settle(200);
-    EXPECT_EQ(statuses, std::vector<qint64>{0});
+    for (std::size_t asked = 1; asked <= 2; ++asked) {
+        other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
+        ASSERT_TRUE(waitUntil([&] { return statuses.size() >= asked; }));
+    }
+    // One answer per request, and nothing for the terminated client.
+    EXPECT_EQ(statuses, (std::vector<qint64>{0, 0}));
+    EXPECT_EQ(calls, 0);
+}
+
+TEST_F(DaemonIntegration, TerminateInvalidatesTheLinkButOnlyShutdownEndsTheClient)
+{
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    client.registerUserAgent();
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
+    daemons.filterd().terminate();
+    ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
+    EXPECT_FALSE(client.isRegistered());
+
+    // A client shut down without unsubscribing may still make a new link ...
+    NVCSettingsClient settings(connection, NVCNamespace(QString()));
+    settings.shutdownWithoutUnsubscribe();
+    std::optional<QDBusError> answer;
+    settings.getSystemSettingsWithReply(
+        [&](const QVariantMap &, const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
+
+    // ... a client shut down for good may not.
+    settings.shutdown();
+    answer.reset();
+    settings.getSystemSettingsWithReply(
+        [&](const QVariantMap &, const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_EQ(answer->type(), QDBusError::Disconnected);
 }
 
 TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
@@ -97,7 +129,7 @@ TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
         QStringLiteral("terminate")));
     ASSERT_TRUE(waitUntil([&] { return answer.isFinished(); }));
     EXPECT_EQ(answer.error().type(), QDBusError::AccessDenied);
-    settle(200);
+    ASSERT_TRUE(filterRoundTrip(connection));
     EXPECT_FALSE(client.serviceTerminated());
 }
 
@@ -138,7 +170,8 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
     daemons.filterd().kill9();
     ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(protocol); }));
     EXPECT_FALSE(client.isRegistered());
-    settle(500);
+    // Restart only after a few retries have failed.
+    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() <= 27; }));
     ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
     EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }))
         << daemons.filterd().output().data();
@@ -179,10 +212,11 @@ TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
     EXPECT_TRUE(waitUntil([&] { return !client.isRegistered(); }));
 
     std::vector<qint64> statuses;
-    client.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
-    ASSERT_TRUE(waitUntil([&] { return !statuses.empty(); }));
-    settle(200);
-    EXPECT_EQ(statuses, std::vector<qint64>{0});
+    for (std::size_t asked = 1; asked <= 2; ++asked) {
+        client.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
+        ASSERT_TRUE(waitUntil([&] { return statuses.size() >= asked; }));
+    }
+    EXPECT_EQ(statuses, (std::vector<qint64>{0, 0}));
 }
 
 TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
@@ -198,7 +232,8 @@ TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
     ASSERT_TRUE(read());
     daemons.settingsd().kill9();
     ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
-    settle(300);
+    // The interruption drops the link and schedules nothing.
+    ASSERT_TRUE(waitUntil([&] { return !client.isConnected(); }));
     EXPECT_EQ(client.nextRetryDelay().count(), 0) << "no timed retries without subscriptions";
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
 
@@ -317,11 +352,24 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
     EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
     EXPECT_EQ(unanswered, 0);
 
+    // The holder setters send the holder they are given and report like the others.
+    const auto utility = std::make_shared<NVCAuthorization>(connection);
     answer.reset();
-    client.setQUIVENAdvancedMode(true, {{QStringLiteral("AuthorizationRefHolder"), QStringLiteral("junk")}},
+    client.setQUIVENAdvancedMode(true, *NVCAuthorizationHolder::withEmptyAuthorization(),
                                  [&](const QDBusError &error) { answer = error; });
     ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
     EXPECT_EQ(answer->name(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
+    answer.reset();
+    client.setQUIVENNonAdminCanSaveRules(
+        true,
+        *NVCAuthorizationHolder::withAuthorization(
+            utility->authorizationWithData(QByteArray(32, 'a'), nullptr), utility, true),
+        [&](const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
+    ASSERT_TRUE(waitUntil([&] {
+        return client.systemSettings().value(QStringLiteral("quiven-policy-save-no-admins")).toBool();
+    }));
 
     // The setting survives a restart of the daemon.
     daemons.settingsd().terminate();
@@ -331,6 +379,14 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
         [&](const QVariantMap &settings, const QDBusError &) { reread = settings; });
     ASSERT_TRUE(waitUntil([&] { return reread.has_value(); }));
     EXPECT_EQ(reread->value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
+
+    // Without a bus the holder setters still answer, with the connection's error.
+    bus.stop();
+    answer.reset();
+    client.setQUIVENAdvancedMode(false, *NVCAuthorizationHolder::withEmptyAuthorization(),
+                                 [&](const QDBusError &error) { answer = error; });
+    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
+    EXPECT_TRUE(answer->isValid());
 }
 
 } // namespace

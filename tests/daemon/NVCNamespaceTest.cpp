@@ -1,5 +1,6 @@
 #include "NVCNamespace.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -32,14 +33,25 @@ TEST(NVCNamespace, NamespacesIdsAndPathsWithTheirOwnSeparators)
               QStringLiteral("com.norvalis.a"));
 }
 
-TEST(NVCNamespace, FileIsTrimmedAndFirstExistingCandidateWins)
+TEST(NVCNamespace, InstalledFileWinsEvenUnreadableAndGivesTheEmptyNamespaceThen)
 {
     QTemporaryDir dir;
-    QFile file(dir.filePath(QStringLiteral("namespace")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(" beta\n\n");
-    file.close();
-    EXPECT_EQ(NVCNamespace::readNamespaceFile({dir.filePath(QStringLiteral("missing")), file.fileName()}),
-              QStringLiteral("beta"));
-    EXPECT_EQ(NVCNamespace::readNamespaceFile({dir.filePath(QStringLiteral("missing"))}), QString());
+    const QString installed = dir.filePath(QStringLiteral("installed"));
+    const QString executableFolder = dir.filePath(QStringLiteral("bin"));
+    ASSERT_TRUE(QDir().mkpath(executableFolder));
+    QFile besideExecutable(executableFolder + QStringLiteral("/namespace"));
+    ASSERT_TRUE(besideExecutable.open(QIODevice::WriteOnly));
+    besideExecutable.write(" beta\n\n");
+    besideExecutable.close();
+
+    // No installed file: the one beside the executable, trimmed.
+    EXPECT_EQ(NVCNamespace::namespaceFilePath(installed, executableFolder), besideExecutable.fileName());
+    EXPECT_EQ(NVCNamespace::readNamespaceFile(besideExecutable.fileName()), QStringLiteral("beta"));
+    EXPECT_EQ(NVCNamespace::readNamespaceFile(dir.filePath(QStringLiteral("missing"))), QString());
+
+    // An installed file that exists but cannot be read (a folder here) is still
+    // the one chosen, and reads as no namespace.
+    ASSERT_TRUE(QDir().mkpath(installed));
+    EXPECT_EQ(NVCNamespace::namespaceFilePath(installed, executableFolder), installed);
+    EXPECT_EQ(NVCNamespace::readNamespaceFile(installed), QString());
 }

@@ -2,6 +2,7 @@
 
 #include "DaemonStack.h"
 #include "NVCSettingsClient.h"
+#include "RoundTrip.h"
 #include "WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -74,7 +75,7 @@ TEST_F(RuleClient, TwoListenersShareOneSubscriptionThatEndsWithTheLastListener)
 
     ASSERT_TRUE(save());
     ASSERT_TRUE(waitUntil([&] { return journal.size() >= 2; }));
-    settle(200);
+    ASSERT_TRUE(filterRoundTrip(connection));
     EXPECT_EQ(journal, (QStringList{"first:1/1", "second:1/1"}));
 
     client->removePolicyListener(&first);
@@ -85,7 +86,7 @@ TEST_F(RuleClient, TwoListenersShareOneSubscriptionThatEndsWithTheLastListener)
 
     journal.clear();
     ASSERT_TRUE(save());
-    settle();
+    ASSERT_TRUE(filterRoundTrip(connection));
     EXPECT_TRUE(journal.isEmpty());
 }
 

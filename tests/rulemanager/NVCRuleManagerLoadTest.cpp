@@ -1,4 +1,5 @@
 #include "DaemonStack.h"
+#include "LogCapture.h"
 #include "NVCRuleManager.h"
 #include "NVCSettingsClient.h"
 #include "WaitUntil.h"
@@ -115,6 +116,7 @@ TEST_F(RuleManagerLoad, FullLoadMergesSystemFilesPreferencesAndTheDaemonsUserRul
 
 TEST_F(RuleManagerLoad, UnreachableSettingsAddNothingAndNeverFinishTheLoad)
 {
+    LogCapture log;
     start();
     std::optional<bool> answer;
     manager->addFileContentsFromSettings({}, QDBusError(QDBusError::NoReply, QStringLiteral("gone")),
@@ -126,7 +128,7 @@ TEST_F(RuleManagerLoad, UnreachableSettingsAddNothingAndNeverFinishTheLoad)
     ASSERT_TRUE(daemons.bus().waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
     bool called = false;
     manager->loadSystemRuleSetWithCallback([&](bool) { called = true; });
-    settle(800);
+    ASSERT_TRUE(log.waitFor(QStringLiteral("Failed to add system settings")));
     EXPECT_FALSE(called);
     EXPECT_TRUE(manager->compositeIndex().isEmpty());
 }

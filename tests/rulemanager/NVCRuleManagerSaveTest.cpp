@@ -1,8 +1,10 @@
 #include "DaemonStack.h"
 #include "NVCRuleManager.h"
 #include "NVCSettingsClient.h"
+#include "RoundTrip.h"
 #include "WaitUntil.h"
 
+#include <QDBusMessage>
 #include <csignal>
 #include <gtest/gtest.h>
 
@@ -148,7 +150,7 @@ TEST_F(RuleManagerSave, RefusedOrCancelledAuthorizationSendsNothing)
         bool finalized = false;
         manager->writeToCurrentUserConfigurationWithAuthForm(authorization.form, authorization.status,
                                                              [&] { finalized = true; });
-        settle();
+        ASSERT_TRUE(filterRoundTrip(connection));
         EXPECT_FALSE(finalized);
         EXPECT_EQ(updates, 0);
         EXPECT_FALSE(daemons->userFile().contains("/home/ann/refused"));
@@ -163,7 +165,7 @@ TEST_F(RuleManagerSave, DaemonRefusalRunsTheFinalizerAndChangesNothing)
     manager->saveUserRulesWithAuthorizationExtRef(QByteArray(32, 'x'), errAuthorizationSuccess,
                                                   [&] { finalized = true; });
     ASSERT_TRUE(waitUntil([&] { return finalized; }));
-    settle();
+    ASSERT_TRUE(filterRoundTrip(connection));
     EXPECT_EQ(updates, 0);
     EXPECT_FALSE(daemons->userFile().contains("/home/ann/forged"));
 }
@@ -178,9 +180,12 @@ TEST_F(RuleManagerSave, DaemonRestartDuringASaveLosesThatSaveButNotTheNextOne)
     ::kill(pid_t(daemons->filterd().pid()), SIGSTOP);
     bool lostFinalized = false;
     manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { lostFinalized = true; });
-    settle(200);
+    // The bus answers this only after it has passed on the save sent before it.
+    connection.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
     daemons->filterd().kill9();
-    settle();
+    ASSERT_TRUE(waitUntil([&] { return !manager->quivenClient()->isSubscriptionAlive(policyChanged); }));
     EXPECT_FALSE(lostFinalized);
 
     ASSERT_TRUE(daemons->startFilterd()) << daemons->failureText().toStdString();

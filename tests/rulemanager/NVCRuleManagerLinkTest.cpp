@@ -1,0 +1,120 @@
+// The manager when its link fails: a lost bus, an answer that cannot be
+// decoded, and the log lines operators search for.
+#include "DBusTypes.h"
+#include "DaemonStack.h"
+#include "LogCapture.h"
+#include "NVCRuleManager.h"
+#include "NVCSettingsClient.h"
+#include "WaitUntil.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class RuleManagerLink : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        daemons.writeSystemFile(QStringLiteral("quiven.rc"),
+                                "allow path \"/system/rule\" \"any\" r \"\" \"\" \"0\"\n");
+        daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::policySaveNoAdminsKey), true}});
+    }
+
+    void start()
+    {
+        ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
+        connection = daemons.bus().connect(QStringLiteral("rule-manager"));
+        manager = std::make_unique<NVCRuleManager>(connection, NVCNamespace(QString()));
+        std::optional<bool> loaded;
+        manager->loadSystemRuleSetWithCallback([&](bool ok) { loaded = ok; });
+        ASSERT_TRUE(waitUntil([&] { return loaded.has_value(); }));
+    }
+
+    DaemonStack daemons;
+    QDBusConnection connection{QString()};
+    std::unique_ptr<NVCRuleManager> manager;
+};
+
+TEST_F(RuleManagerLink, WithoutABusReadingTheRulesetFailsThroughTheErrorPath)
+{
+    start();
+    daemons.bus().stop();
+    bool finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { finalized = true; });
+    std::optional<QDBusError> failure;
+    manager->quivenClient()->getUserRuleset([](const QList<WatchRulePtr> &, const QList<PolicyRulePtr> &) {},
+                                            [&](const QDBusError &error) { failure = error; });
+    ASSERT_TRUE(waitUntil([&] { return failure.has_value(); }));
+    EXPECT_EQ(failure->type(), QDBusError::Disconnected);
+    EXPECT_FALSE(finalized);
+}
+
+// Answers the ruleset request with a record the client must refuse.
+class UndecodableRulesetDaemon : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.norvalis.NVCQUIVENDaemonRuleProtocol")
+public Q_SLOTS:
+    QList<QVariantMap> getUserRuleset(QList<QVariantMap> &policyRules)
+    {
+        policyRules = {{{QStringLiteral("path"), 5}}};
+        return {};
+    }
+};
+
+TEST_F(RuleManagerLink, AnUndecodableRulesetIsLoggedAndEndsTheLoad)
+{
+    LogCapture log;
+    ASSERT_TRUE(daemons.startSettingsd()) << daemons.failureText().toStdString();
+    quiven::dbus::registerTypes();
+    QDBusConnection daemonSide = daemons.bus().connect(QStringLiteral("undecodable-filter"));
+    UndecodableRulesetDaemon filter;
+    ASSERT_TRUE(daemonSide.registerObject(QStringLiteral("/com/norvalis/nrquivend"), &filter,
+                                          QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(daemonSide.registerService(QStringLiteral("com.norvalis.nrquivend")));
+
+    connection = daemons.bus().connect(QStringLiteral("rule-manager"));
+    NVCRuleManager loading(connection, NVCNamespace(QString()));
+    bool called = false;
+    loading.loadSystemRuleSetWithCallback([&](bool) { called = true; });
+    EXPECT_TRUE(log.waitFor(QStringLiteral("XPC error: rule 0: The archived rule's value for \"path\"")))
+        << log.dump();
+    EXPECT_FALSE(called);
+    EXPECT_TRUE(loading.userPolicies().isEmpty());
+    // The manager unsubscribes synchronously when it goes; this thread serves that daemon.
+    daemonSide.unregisterService(QStringLiteral("com.norvalis.nrquivend"));
+}
+
+TEST_F(RuleManagerLink, LogLinesAsOperatorsKnowThem)
+{
+    LogCapture log;
+    start();
+
+    std::optional<bool> reloaded;
+    manager->reloadCurrentUserConfigurationWithCallback([&](bool ok) { reloaded = ok; });
+    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }));
+    EXPECT_TRUE(log.contains("Activity started: Reload current user configuration"));
+    EXPECT_TRUE(log.contains("Activity ended: Reload current user configuration"));
+
+    manager->addFileContentsFromSettings({}, QDBusError(QDBusError::NoReply, QStringLiteral("gone")), {});
+    EXPECT_TRUE(log.contains(manager->description() + ": Error happened when getting system settings: gone"));
+    EXPECT_TRUE(manager->description().startsWith("<NVCRuleManager: 0x"));
+
+    // The manager names only its own step; the window names the activity.
+    bool finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { finalized = true; });
+    ASSERT_TRUE(waitUntil([&] { return finalized; }));
+    EXPECT_TRUE(log.contains("Saving user rules to daemon"));
+    EXPECT_FALSE(log.contains("QUIVEN user policy")) << log.dump();
+
+    // Without a bus a save is not dropped: it fails on the connection-error path.
+    daemons.bus().stop();
+    const qsizetype errorsBefore = log.count("XPC error: ");
+    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [] {});
+    EXPECT_TRUE(waitUntil([&] { return log.count("XPC error: ") > errorsBefore; })) << log.dump();
+}
+
+} // namespace
+
+#include "NVCRuleManagerLinkTest.moc"
