@@ -519,11 +519,17 @@ bool NVCServiceClient::unsubscribeProtocol(const QString &protocolName)
     }
     const NVCListenerEndpoint endpoint{m_bus.baseService(), QDBusObjectPath(subscription->path)};
     // Also sent without a bus, so that the failure is logged like any other.
-    deliverSync(m_subscriptionProxy->unsubscribeEndpoint(endpoint, protocolName), {},
-                [protocolName](const QDBusError &error) {
-                    qCWarning(lcServiceClient, "Failed to unsubscribe protocol %s, error: %s",
-                              qUtf8Printable(protocolName), qUtf8Printable(error.message()));
-                });
+    // Nobody waits for the answer: a client going away with its window must
+    // not hold up the GUI thread; a failure is logged when it arrives.
+    auto *watcher =
+        new QDBusPendingCallWatcher(m_subscriptionProxy->unsubscribeEndpoint(endpoint, protocolName));
+    QObject::connect(
+        watcher, &QDBusPendingCallWatcher::finished, [protocolName](QDBusPendingCallWatcher *finished) {
+            finished->deleteLater();
+            if (finished->isError())
+                qCWarning(lcServiceClient, "Failed to unsubscribe protocol %s, error: %s",
+                          qUtf8Printable(protocolName), qUtf8Printable(finished->error().message()));
+        });
     subscription = findSubscription(protocolName);
     if (!subscription)
         return true;

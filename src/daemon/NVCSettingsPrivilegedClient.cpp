@@ -46,7 +46,7 @@ void NVCSettingsPrivilegedClient::sendAuthorized(const std::optional<QByteArray>
     }
     sendWithExternalForm(externalForm, call,
                          [utility = m_authorization, reference, callback](const QDBusError &answer) mutable {
-                             utility->destroy(&reference);
+                             utility->destroyAsync(&reference);
                              if (callback)
                                  callback(answer);
                          });

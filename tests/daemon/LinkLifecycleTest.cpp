@@ -236,7 +236,7 @@ TEST_F(LinkLifecycle, LogLinesAsOperatorsKnowThem)
     // Unsubscribing without a bus still reports the failure.
     daemons.bus().stop();
     EXPECT_TRUE(bare.unsubscribeProtocol(kPolicyChanged));
-    EXPECT_TRUE(log.contains("Failed to unsubscribe protocol NVCQUIVENPolicyChangedProtocol, error: "))
+    EXPECT_TRUE(log.waitFor("Failed to unsubscribe protocol NVCQUIVENPolicyChangedProtocol, error: "))
         << log.dump();
 }
 

@@ -63,14 +63,18 @@ TEST(OffThreadCalls, WorkerThreadCallsOfTheWindowsAnswerOnTheOwnerThread)
     QByteArray form;
     OSStatus status = -1;
     NVCQUIVENRuleClient::Release release;
+    QThread *authorizeThread = nullptr;
     std::thread([&] {
         manager.authorizeWithCallback(
             [&](const QByteArray &externalForm, OSStatus answer, const NVCQUIVENRuleClient::Release &done) {
+                authorizeThread = QThread::currentThread();
                 form = externalForm;
                 status = answer;
                 release = done;
             });
     }).join();
+    ASSERT_TRUE(waitUntil([&] { return status != -1; }));
+    EXPECT_EQ(authorizeThread, owner);
     ASSERT_EQ(status, errAuthorizationSuccess);
     EXPECT_EQ(form.size(), 32);
     bool finalized = false;
