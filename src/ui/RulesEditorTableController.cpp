@@ -1,5 +1,6 @@
 #include "RulesEditorTableController.h"
 
+#include "NVCActivity.h"
 #include "NVCAuthorizationDelegate.h"
 #include "NVCCustomization.h"
 #include "NVCCustomizedStrings.h"
@@ -251,7 +252,7 @@ void RulesEditorTableController::setAuthProvider(NVCAuthorizationDelegate *authP
 
 void RulesEditorTableController::reloadTableView()
 {
-    qCDebug(lcRulesEditorTableController, "Activity start: Reload QUIVEN policy table");
+    const NVCActivity activity(QStringLiteral("Reload QUIVEN policy table"));
     QPointer<RulesEditorTableController> self(this);
     m_ruleManager->reloadCurrentUserConfigurationWithCallback([self](bool success) {
         if (!success || !self)
@@ -259,7 +260,6 @@ void RulesEditorTableController::reloadTableView()
         QMetaObject::invokeMethod(
             self.data(), [self] { self->reloadData(); }, Qt::QueuedConnection);
     });
-    qCDebug(lcRulesEditorTableController, "Activity end: Reload QUIVEN policy table");
 }
 
 void RulesEditorTableController::reloadData()
@@ -331,22 +331,21 @@ void RulesEditorTableController::displayNotice(const QString &title, const QStri
 void RulesEditorTableController::performWithAuthorization(const QString &activity, const Perform &perform,
                                                           const std::function<void()> &refused)
 {
-    qCDebug(lcRulesEditorTableController) << "Activity start:" << activity;
+    // The activity lasts until the change is handed to the daemon, prompt included.
+    auto running = std::make_shared<NVCActivity>(activity);
     if (const std::optional<QByteArray> authForm =
             m_authProvider ? m_authProvider->externalAuthForm() : std::optional<QByteArray>()) {
         perform(*authForm, errAuthorizationSuccess, {});
-        qCDebug(lcRulesEditorTableController) << "Activity end:" << activity;
         return;
     }
     QPointer<RulesEditorTableController> self(this);
-    m_ruleManager->authorizeWithCallback([self, activity, perform, refused](const QByteArray &authForm,
-                                                                            OSStatus status,
-                                                                            const Finalizer &finalizer) {
+    m_ruleManager->authorizeWithCallback([self, running, perform, refused](const QByteArray &authForm,
+                                                                           OSStatus status,
+                                                                           const Finalizer &finalizer) {
         if (self && status == errAuthorizationSuccess)
             perform(authForm, status, finalizer);
         else if (self && refused)
             refused();
-        qCDebug(lcRulesEditorTableController) << "Activity end:" << activity;
     });
 }
 
