@@ -2,8 +2,10 @@
 
 #include "DevAuthorizationBackend.h"
 #include "PolkitAuthorizationBackend.h"
+#include "SystemBusAddress.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -80,7 +82,7 @@ TEST(TokenStore, NoTokenWithoutRandomness)
     EXPECT_EQ(store.size(), 0u);
 }
 
-TEST(DevAuthorizationBackend, RefusesTheMachinesSystemBus)
+TEST(SystemBusAddress, TellsTheMachinesSystemBusFromPrivateOnes)
 {
     struct Case
     {
@@ -98,8 +100,23 @@ TEST(DevAuthorizationBackend, RefusesTheMachinesSystemBus)
         {"unix:abstract=/tmp/dbus-xyz", false},
     };
     for (const Case &c : cases)
-        EXPECT_EQ(DevAuthorizationBackend::isRealSystemBus(QString::fromLatin1(c.address)), c.real)
-            << c.address;
+        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(c.address)), c.real) << c.address;
+}
+
+TEST(DevAuthorizationBackend, GrantsTheSessionActionOnlyInsideTheSession)
+{
+    DevAuthorizationBackend backend(errAuthorizationDenied);
+    const auto answer = [&](uint uid, const char *action) {
+        OSStatus status = errAuthorizationInternal;
+        backend.check({QStringLiteral(":1.5"), uid}, QString::fromLatin1(action), QString(), false,
+                      [&](OSStatus s) { status = s; });
+        return status;
+    };
+    EXPECT_EQ(answer(0, kLocalSessionAction), errAuthorizationSuccess);
+    EXPECT_EQ(answer(::getuid(), kLocalSessionAction), errAuthorizationSuccess);
+    EXPECT_EQ(answer(65534, kLocalSessionAction), errAuthorizationDenied);
+    // The administrator action answers as the prompt would, for everyone.
+    EXPECT_EQ(answer(0, kAdministratorAction), errAuthorizationDenied);
 }
 
 TEST(PolkitAuthorizationBackend, MapsAnswersToStatuses)
