@@ -11,7 +11,6 @@
 #include "RuleAdmission.h"
 #include "RuleCoding.h"
 #include "RuleManager.h"
-#include "SystemRulesets.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -29,6 +28,12 @@ constexpr auto kPolicyChangedProtocol = "NVCQUIVENPolicyChangedProtocol";
 constexpr auto kTerminationProtocol = "NVCQUIVENClientTerminationProtocol";
 const QStringList kSubscribableProtocols = {QString::fromLatin1(kPolicyChangedProtocol),
                                             QString::fromLatin1(kTerminationProtocol)};
+
+constexpr std::pair<const char *, const char *> kOptionalRulesets[] = {
+    {"policy.global.user", "user.rc"},
+    {"policy.global.webcam", "webcam.rc"},
+    {"policy.global.startup", "startup.rc"},
+    {"policy.global.exec", "exec.rc"}};
 
 // A request this large leaves the heap grown after its arguments are freed.
 constexpr qsizetype kLargeRequestRules = 10000;
@@ -122,14 +127,13 @@ bool FilterDaemon::reloadSystemRulesWithCallback()
 
 bool FilterDaemon::reloadSystemRules()
 {
-    using quiven::service::kBaseRulesets;
     const int inUse = systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use"), 0).toInt();
+    const QStringList baseRulesets = ProductFolders::baseRulesetFiles();
     RuleManager rules;
     bool loaded = true;
-    if (inUse >= 0 && inUse < int(quiven::service::kBaseRulesetCount))
-        loaded = rules.addFileContents(
-            ProductFolders::systemRuleFile(QString::fromLatin1(kBaseRulesets[inUse])), true);
-    for (const auto &[option, file] : quiven::service::kOptionalRulesets) {
+    if (inUse >= 0 && inUse < baseRulesets.size())
+        loaded = rules.addFileContents(baseRulesets.at(inUse), true);
+    for (const auto &[option, file] : kOptionalRulesets) {
         const QString path = ProductFolders::systemRuleFile(QString::fromLatin1(file));
         if (rules.getOption(QString::fromLatin1(option)) != 2 && QFile::exists(path))
             loaded = rules.addFileContents(path, true) && loaded;
@@ -257,8 +261,8 @@ bool FilterDaemon::subscribeToChangesWithProtocol(const QString &protocolName,
             return true;
         }
     }
-    qCDebug(lcFilterDaemon, "%s subscribed to %s at %s", qUtf8Printable(endpoint.service),
-            qUtf8Printable(protocolName), qUtf8Printable(endpoint.path.path()));
+    qCInfo(lcFilterDaemon, "%s subscribed to %s at %s", qUtf8Printable(endpoint.service),
+           qUtf8Printable(protocolName), qUtf8Printable(endpoint.path.path()));
     return true;
 }
 
@@ -282,8 +286,11 @@ void FilterDaemon::unsubscribeEndpoint(const NVCListenerEndpoint &endpoint, cons
 void FilterDaemon::dropSubscriber(const QString &uniqueName)
 {
     m_subscriberWatcher.removeWatchedService(uniqueName);
-    if (m_subscribers.remove(uniqueName))
-        qCInfo(lcFilterDaemon, "%s left the bus; its subscriptions are dropped", qUtf8Printable(uniqueName));
+    qsizetype dropped = 0;
+    for (const QSet<QString> &paths : m_subscribers.take(uniqueName))
+        dropped += paths.size();
+    qCInfo(lcFilterDaemon, "%s left the bus; dropped %lld subscriptions", qUtf8Printable(uniqueName),
+           static_cast<long long>(dropped));
 }
 
 qsizetype FilterDaemon::subscriptionCount(const QString &protocolName) const

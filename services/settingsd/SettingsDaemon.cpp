@@ -2,7 +2,7 @@
 
 #include "CallerIdentity.h"
 #include "DBusTypes.h"
-#include "SystemRulesets.h"
+#include "ProductFolders.h"
 #include "nrsettingsdAuthorizedProtocolAdaptor.h"
 #include "nrsettingsdNotificationsAdaptor.h"
 #include "nrsettingsdProtocolAdaptor.h"
@@ -91,11 +91,11 @@ QStringList SettingsDaemon::getUserWhitelistWithReply(bool &available)
 void SettingsDaemon::setQUIVENSystemRuleSetWithAuthorization(const QVariantMap &authorization,
                                                              qulonglong ruleSet)
 {
-    if (ruleSet >= quiven::service::kBaseRulesetCount) {
-        sendErrorReply(QString::fromLatin1(quiven::dbus::kInvalidArgumentError),
-                       QStringLiteral("There is no system ruleset %1; there are %2")
-                           .arg(ruleSet)
-                           .arg(quiven::service::kBaseRulesetCount));
+    const qsizetype rulesets = ProductFolders::baseRulesetFiles().size();
+    if (ruleSet >= qulonglong(rulesets)) {
+        sendErrorReply(
+            QString::fromLatin1(quiven::dbus::kInvalidArgumentError),
+            QStringLiteral("There is no system ruleset %1; there are %2").arg(ruleSet).arg(rulesets));
         return;
     }
     change(authorization, QStringLiteral("quiven-system-ruleset-in-use"), qlonglong(ruleSet));
