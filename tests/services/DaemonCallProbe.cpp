@@ -1,5 +1,6 @@
 // Makes one call to a stand-in daemon, for tests that need a caller of
 // another user (run under setpriv). Prints the error name, or "ok".
+#include "DBusTypes.h"
 #include "PolicyRule.h"
 #include "RuleCoding.h"
 
@@ -31,6 +32,7 @@ QList<QVariantMap> oneRule()
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    quiven::dbus::registerTypes();
     const QStringList args = app.arguments().mid(1);
     const QString command = args.value(0);
     QDBusMessage call;
@@ -47,7 +49,16 @@ int main(int argc, char **argv)
         (call = filterCall("NVCQUIVENDaemonRuleProtocol", "setUserWatchRules"))
             << QVariant::fromValue(QList<QVariantMap>()) << QVariant::fromValue(oneRule())
             << QByteArray::fromHex(args.value(1).toLatin1());
-    else
+    else if (command == QLatin1String("ruleset")) {
+        call = QDBusMessage::createMethodCall(QStringLiteral("com.norvalis.nrsettingsd"),
+                                              QStringLiteral("/com/norvalis/nrsettingsd"),
+                                              QStringLiteral("com.norvalis.nrsettingsdAuthorizedProtocol"),
+                                              QStringLiteral("setQUIVENSystemRuleSetWithAuthorization"));
+        const QVariantMap reference{
+            {QStringLiteral("AuthorizationRef"), QByteArray::fromHex(args.value(2).toLatin1())}};
+        call << QVariantMap{{QStringLiteral("AuthorizationRefHolder"), reference}}
+             << args.value(1).toULongLong();
+    } else
         return 2;
 
     const QDBusMessage reply = QDBusConnection::systemBus().call(call);

@@ -9,6 +9,8 @@
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
+#include <QDBusPendingCall>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <gtest/gtest.h>
@@ -130,6 +132,22 @@ TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
     EXPECT_EQ(filterStatus(), 1);
     EXPECT_EQ(asStranger({QStringLiteral("reload")}), notAuthorized);
     EXPECT_EQ(daemons.userFile(), kSavedRules);
+}
+
+TEST_F(DaemonHardening, AnotherUsersAuthorizationChangesNothing)
+{
+    start();
+    const QString rootsToken = QString::fromLatin1(token().toHex());
+    const QString notAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
+    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), notAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("save")}), notAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), notAuthorized);
+    EXPECT_EQ(daemons.userFile(), kSavedRules);
+    EXPECT_EQ(systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
+    // Both daemons keep serving.
+    EXPECT_EQ(filterStatus(), 1);
+    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), QString()}),
+              QStringLiteral("com.norvalis.Error.InvalidArgument"));
 }
 
 TEST_F(DaemonHardening, MalformedCallsGetTypedErrorsAndChangeNothing)
