@@ -9,8 +9,6 @@
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QDBusPendingCall>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <gtest/gtest.h>
@@ -19,50 +17,60 @@ namespace {
 
 const QString kFilter = QStringLiteral("com.norvalis.nrquivend");
 const QString kSettings = QStringLiteral("com.norvalis.nrsettingsd");
+const QString kNotAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
+const QString kInvalid = QStringLiteral("com.norvalis.Error.InvalidArgument");
+const QString kUnknownMethod = QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod");
 const QByteArray kSavedRules = "allow path \"/home/ann/kept\" \"any\" r \"\" \"\" \"0\"\n";
 
-QDBusMessage methodCall(const QString &service, const QString &interface, const QString &member)
+QDBusMessage methodCall(const QString &service, const char *interface, const char *member,
+                        const QVariantList &arguments = {})
 {
-    return QDBusMessage::createMethodCall(service,
-                                          QStringLiteral("/com/norvalis/") + service.section(u'.', 2),
-                                          QStringLiteral("com.norvalis.") + interface, member);
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        service, QStringLiteral("/com/norvalis/") + service.section(u'.', 2),
+        QStringLiteral("com.norvalis.") + QLatin1String(interface), QString::fromLatin1(member));
+    call.setArguments(arguments);
+    return call;
 }
 
 QDBusMessage saveCall(const QList<QVariantMap> &policyRules, const QByteArray &token)
 {
-    QDBusMessage call = methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonRuleProtocol"),
-                                   QStringLiteral("setUserWatchRules"));
-    call << QVariant::fromValue(QList<QVariantMap>()) << QVariant::fromValue(policyRules) << token;
-    return call;
+    return methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
+                      {QVariant::fromValue(QList<QVariantMap>()), QVariant::fromValue(policyRules), token});
 }
 
-QVariantMap ruleArchive(const QString &path, const QString &process = QStringLiteral("any"))
+QVariantMap ruleArchive(const QString &path, const QString &tag = QString())
 {
     auto rule = std::make_shared<PolicyRule>();
     rule->path = path;
-    rule->processName = process;
+    rule->processName = QStringLiteral("any");
     rule->operations = 1;
+    rule->tag = tag;
     return quiven::dbus::archivePolicyRules({rule}).constFirst();
+}
+
+QVariantMap holderOf(const QVariant &reference)
+{
+    return {{QStringLiteral("AuthorizationRefHolder"),
+             QVariantMap{{QStringLiteral("AuthorizationRef"), reference}}}};
 }
 
 class DaemonHardening : public ::testing::Test
 {
 protected:
-    void start(const QString &authAnswer = QStringLiteral("grant"))
+    void SetUp() override
     {
         quiven::dbus::registerTypes();
         daemons.writeSharedFile(QStringLiteral("local.quiven.rc"), kSavedRules);
         daemons.writeSharedFile(QStringLiteral("failsafe.rc"), kSavedRules);
-        ASSERT_TRUE(daemons.start(authAnswer)) << daemons.failureText().toStdString();
+        ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
         ASSERT_TRUE(daemons.bus().allowOtherUsers());
         connection = daemons.bus().connect(QStringLiteral("client"));
     }
 
     QByteArray token()
     {
-        NVCAuthorization authorization(connection);
         AuthorizationRef reference;
-        EXPECT_EQ(authorization.create(&reference, QStringLiteral("Tests save rules")),
+        EXPECT_EQ(NVCAuthorization(connection).create(&reference, QStringLiteral("Tests save rules")),
                   errAuthorizationSuccess);
         return reference ? reference->token() : QByteArray();
     }
@@ -73,7 +81,7 @@ protected:
         return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : QStringLiteral("ok");
     }
 
-    // The answer of the probe running as the unprivileged user 65534.
+    // The probe's answer, run as the unprivileged user 65534.
     QString asStranger(const QStringList &arguments)
     {
         QProcess probe;
@@ -88,19 +96,18 @@ protected:
         return QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
     }
 
-    qlonglong filterStatus()
+    // A round trip to each daemon that also tells nothing changed.
+    void expectBothServingUnchanged()
     {
+        const QDBusMessage status = connection.call(
+            methodCall(kFilter, "NVCQUIVENDaemonProtocol", "getQUIVENFilterStatusWithCallback"));
+        EXPECT_EQ(status.arguments().value(0).toLongLong(), 1);
         const QDBusMessage reply =
-            connection.call(methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonProtocol"),
-                                       QStringLiteral("getQUIVENFilterStatusWithCallback")));
-        return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toLongLong() : -1;
-    }
-
-    QVariantMap systemSettings()
-    {
-        const QDBusMessage reply = connection.call(methodCall(
-            kSettings, QStringLiteral("nrsettingsdProtocol"), QStringLiteral("getSystemSettingsWithReply")));
-        return qdbus_cast<QVariantMap>(reply.arguments().value(0));
+            connection.call(methodCall(kSettings, "nrsettingsdProtocol", "getSystemSettingsWithReply"));
+        const auto settings = qdbus_cast<QVariantMap>(reply.arguments().value(0));
+        EXPECT_EQ(settings.value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
+        EXPECT_FALSE(settings.value(QStringLiteral("quiven-learning-mode")).toBool());
+        EXPECT_EQ(daemons.userFile(), kSavedRules);
     }
 
     DaemonStack daemons;
@@ -109,133 +116,95 @@ protected:
 
 TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
 {
-    start();
-    const QString notAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
     // Outside the active session: no reload, agent or suggestion log.
     for (const char *call : {"reload", "register", "delete-failsafe"})
-        EXPECT_EQ(asStranger({QString::fromLatin1(call)}), notAuthorized) << call;
+        EXPECT_EQ(asStranger({QString::fromLatin1(call)}), kNotAuthorized) << call;
     EXPECT_TRUE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
-
-    EXPECT_EQ(errorOf(methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonProtocol"),
-                                 QStringLiteral("deleteFailsafeLog"))),
+    EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "deleteFailsafeLog")),
               QStringLiteral("ok"));
     EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
 
     // Switching the filter needs the administrator: here the prompt refuses everyone.
     daemons.authority().terminate();
     ASSERT_TRUE(daemons.startAuthority(QStringLiteral("deny")));
-    EXPECT_EQ(asStranger({QStringLiteral("enable"), QStringLiteral("false")}), notAuthorized);
-    QDBusMessage switchOff =
-        methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonProtocol"), QStringLiteral("setQUIVENEnabled"));
-    switchOff << false << false;
-    EXPECT_EQ(errorOf(switchOff), notAuthorized);
-    EXPECT_EQ(filterStatus(), 1);
-    EXPECT_EQ(asStranger({QStringLiteral("reload")}), notAuthorized);
-    EXPECT_EQ(daemons.userFile(), kSavedRules);
+    EXPECT_EQ(asStranger({QStringLiteral("enable"), QStringLiteral("false")}), kNotAuthorized);
+    EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "setQUIVENEnabled", {false, false})),
+              kNotAuthorized);
+    expectBothServingUnchanged();
 }
 
 TEST_F(DaemonHardening, AnotherUsersAuthorizationChangesNothing)
 {
-    start();
     const QString rootsToken = QString::fromLatin1(token().toHex());
-    const QString notAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
-    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), notAuthorized);
-    EXPECT_EQ(asStranger({QStringLiteral("save")}), notAuthorized);
-    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), notAuthorized);
-    EXPECT_EQ(daemons.userFile(), kSavedRules);
-    EXPECT_EQ(systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
-    // Both daemons keep serving.
-    EXPECT_EQ(filterStatus(), 1);
-    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), QString()}),
-              QStringLiteral("com.norvalis.Error.InvalidArgument"));
+    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("save")}), kNotAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
+    expectBothServingUnchanged();
 }
 
 TEST_F(DaemonHardening, MalformedCallsGetTypedErrorsAndChangeNothing)
 {
-    start();
     const QByteArray granted = token();
-    const QString invalid = QStringLiteral("com.norvalis.Error.InvalidArgument");
-
     QVariantMap mistyped = ruleArchive(QStringLiteral("/a"));
     mistyped.insert(QStringLiteral("policyClass"), QStringLiteral("allow"));
-    const QList<QVariantMap> tooMany(100001);
+    const QVariantMap badDecision{{QStringLiteral("decision"), QStringLiteral("allow")}};
+    const QString injected = QStringLiteral("/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0");
     struct Case
     {
         const char *what;
         QDBusMessage call;
         QString error;
     };
-    QDBusMessage wrongTypes = methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonRuleProtocol"),
-                                         QStringLiteral("setUserWatchRules"));
-    wrongTypes << QStringLiteral("rules") << 7 << granted;
-    QDBusMessage tooFew = methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonRuleProtocol"),
-                                     QStringLiteral("setUserWatchRules"));
-    tooFew << QVariant::fromValue(QList<QVariantMap>());
-    QDBusMessage badEndpoint = methodCall(kFilter, QStringLiteral("NVCServiceClientSubscriptionProtocol"),
-                                          QStringLiteral("subscribeToChangesWithProtocol"));
-    badEndpoint << QStringLiteral("NVCQUIVENPolicyChangedProtocol") << QStringLiteral("/not/a/struct");
-    QDBusMessage mistypedOverride = methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonRuleProtocol"),
-                                               QStringLiteral("createOverrideRuleWith"));
-    mistypedOverride << QVariantMap{{QStringLiteral("decision"), QStringLiteral("allow")}} << QVariantMap()
-                     << QByteArray();
-
     const Case cases[] = {
-        {"wrong types", wrongTypes, QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")},
-        {"too few arguments", tooFew, QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")},
-        {"mistyped endpoint", badEndpoint, QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")},
-        {"mistyped override", mistypedOverride, invalid},
-        {"no authorization", saveCall({ruleArchive(QStringLiteral("/a"))}, QByteArray()),
-         QStringLiteral("com.norvalis.Error.NotAuthorized")},
-        {"too many records, unauthorized", saveCall(tooMany, QByteArray()), invalid},
-        {"mistyped key", saveCall({mistyped}, granted), invalid},
-        {"oversized path", saveCall({ruleArchive(QString(5000, u'a'))}, granted), invalid},
-        {"line feed in a path",
-         saveCall({ruleArchive(QStringLiteral("/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0"))},
-                  granted),
-         invalid},
-        {"carriage return in a process",
-         saveCall({ruleArchive(QStringLiteral("/a"), QStringLiteral("x\ry"))}, granted), invalid},
-        {"quote in a process", saveCall({ruleArchive(QStringLiteral("/a"), QStringLiteral("x\"y"))}, granted),
-         invalid},
-        {"paragraph separator in a path",
-         saveCall({ruleArchive(QStringLiteral("/a") + QChar(0x2029))}, granted), invalid},
+        {"wrong types",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
+                    {QStringLiteral("x"), 7, granted}),
+         kUnknownMethod},
+        {"too few arguments",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules", {granted}), kUnknownMethod},
+        {"endpoint not a struct",
+         methodCall(kFilter, "NVCServiceClientSubscriptionProtocol", "subscribeToChangesWithProtocol",
+                    {QStringLiteral("NVCQUIVENPolicyChangedProtocol"), QStringLiteral("/x")}),
+         kUnknownMethod},
+        {"mistyped override",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",
+                    {badDecision, QVariantMap(), QByteArray()}),
+         kInvalid},
+        {"no authorization", saveCall({ruleArchive(QStringLiteral("/a"))}, QByteArray()), kNotAuthorized},
+        {"too many records, unauthorized", saveCall(QList<QVariantMap>(100001), QByteArray()), kInvalid},
+        {"mistyped key", saveCall({mistyped}, granted), kInvalid},
+        {"oversized path", saveCall({ruleArchive(QString(5000, u'a'))}, granted), kInvalid},
+        {"a rule smuggled in through a path", saveCall({ruleArchive(injected)}, granted), kInvalid},
+        {"ruleset out of range",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
+                    {holderOf(granted), 3ull}),
+         kInvalid},
+        {"negative ruleset",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
+                    {holderOf(granted), ~0ull}),
+         kInvalid},
+        {"mistyped holder",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENLearningModeWithAuthorization",
+                    {holderOf(5), true}),
+         kInvalid},
     };
-    for (const Case &c : cases) {
+    for (const Case &c : cases)
         EXPECT_EQ(errorOf(c.call), c.error) << c.what;
-        EXPECT_EQ(daemons.userFile(), kSavedRules) << c.what;
-    }
-
-    QVariantMap holder{{QStringLiteral("AuthorizationRefHolder"),
-                        QVariantMap{{QStringLiteral("AuthorizationRef"), granted}}}};
-    for (const qulonglong ruleset : {3ull, ~0ull}) {
-        QDBusMessage choose = methodCall(kSettings, QStringLiteral("nrsettingsdAuthorizedProtocol"),
-                                         QStringLiteral("setQUIVENSystemRuleSetWithAuthorization"));
-        choose << holder << ruleset;
-        EXPECT_EQ(errorOf(choose), invalid) << ruleset;
-    }
-    QDBusMessage noHolder = methodCall(kSettings, QStringLiteral("nrsettingsdAuthorizedProtocol"),
-                                       QStringLiteral("setQUIVENLearningModeWithAuthorization"));
-    noHolder << QVariantMap{{QStringLiteral("AuthorizationRefHolder"), 5}} << true;
-    EXPECT_EQ(errorOf(noHolder), invalid);
-    EXPECT_EQ(systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
-    EXPECT_FALSE(systemSettings().value(QStringLiteral("quiven-learning-mode")).toBool());
-    EXPECT_EQ(filterStatus(), 1);
+    expectBothServingUnchanged();
 
     // A quote in a tag is dropped on writing, so the rule is taken.
-    QVariantMap tagged = ruleArchive(QStringLiteral("/home/ann/tagged"));
-    tagged.insert(QStringLiteral("tag"), QStringLiteral("a \"quoted\" tag"));
-    EXPECT_EQ(errorOf(saveCall({tagged}, granted)), QStringLiteral("ok"));
-    EXPECT_TRUE(daemons.userFile().contains("\"a quoted tag\""));
+    EXPECT_EQ(
+        errorOf(saveCall({ruleArchive(QStringLiteral("/home/ann/t"), QStringLiteral("a \"b\" c"))}, granted)),
+        QStringLiteral("ok"));
+    EXPECT_TRUE(daemons.userFile().contains("\"a b c\""));
 }
 
 TEST_F(DaemonHardening, SaveRefusesToWriteThroughASymbolicLink)
 {
-    start();
     const QString victim = daemons.systemFolder() + "victim.rc";
-    daemons.writeSystemFile(QStringLiteral("victim.rc"), kSavedRules);
+    daemons.writeSystemFile(QStringLiteral("victim.rc"), "victim\n");
     const QString userFile = daemons.sharedFolder() + "local.quiven.rc";
-    ASSERT_TRUE(QFile::remove(userFile));
-    ASSERT_TRUE(QFile::link(victim, userFile));
+    ASSERT_TRUE(QFile::remove(userFile) && QFile::link(victim, userFile));
 
     const QDBusMessage reply =
         connection.call(saveCall({ruleArchive(QStringLiteral("/home/ann/new"))}, token()));
@@ -244,38 +213,37 @@ TEST_F(DaemonHardening, SaveRefusesToWriteThroughASymbolicLink)
     EXPECT_TRUE(daemons.filterd().waitForOutput("symbolic link"));
     QFile target(victim);
     ASSERT_TRUE(target.open(QIODevice::ReadOnly));
-    EXPECT_EQ(target.readAll(), kSavedRules);
+    EXPECT_EQ(target.readAll(), "victim\n");
     EXPECT_TRUE(QFileInfo(userFile).isSymLink());
 }
 
 TEST_F(DaemonHardening, SubscriptionsPerConnectionAreCapped)
 {
-    start();
-    const auto subscribe = [&](const QString &protocol, int index) {
-        QDBusMessage call = methodCall(kFilter, QStringLiteral("NVCServiceClientSubscriptionProtocol"),
-                                       QStringLiteral("subscribeToChangesWithProtocol"));
-        call << protocol
-             << QVariant::fromValue(NVCListenerEndpoint{connection.baseService(),
-                                                        QDBusObjectPath(QStringLiteral("/s/%1").arg(index))});
-        return connection.call(call).arguments().value(0).toBool();
+    const auto subscribe = [&](const char *protocol, int index) {
+        const NVCListenerEndpoint endpoint{connection.baseService(),
+                                           QDBusObjectPath(QStringLiteral("/s/%1").arg(index))};
+        return connection
+            .call(methodCall(kFilter, "NVCServiceClientSubscriptionProtocol",
+                             "subscribeToChangesWithProtocol",
+                             {QString::fromLatin1(protocol), QVariant::fromValue(endpoint)}))
+            .arguments()
+            .value(0)
+            .toBool();
     };
-    const QString changes = QStringLiteral("NVCQUIVENPolicyChangedProtocol");
     for (int index = 0; index < 32; ++index)
-        ASSERT_TRUE(subscribe(changes, index)) << index;
-    EXPECT_FALSE(subscribe(changes, 32));
-    EXPECT_TRUE(subscribe(changes, 0)); // again: nothing new to hold
-    EXPECT_TRUE(subscribe(QStringLiteral("NVCQUIVENClientTerminationProtocol"), 0));
+        ASSERT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", index)) << index;
+    EXPECT_FALSE(subscribe("NVCQUIVENPolicyChangedProtocol", 32));
+    EXPECT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", 0)); // again: nothing new to hold
+    EXPECT_TRUE(subscribe("NVCQUIVENClientTerminationProtocol", 0));
 }
 
 TEST_F(DaemonHardening, CallerTextCannotForgeLogLines)
 {
-    start();
     NVCUserPolicyResponse response;
     response.path = QStringLiteral("/tmp/x\n00:00:00.000 info com.norvalis.FilterDaemon: filter disabled");
-    QDBusMessage call = methodCall(kFilter, QStringLiteral("NVCQUIVENDaemonRuleProtocol"),
-                                   QStringLiteral("createOverrideRuleWith"));
-    call << response.archive() << NVCPolicyQuery().archive() << QByteArray();
-    EXPECT_EQ(errorOf(call), QStringLiteral("ok"));
+    EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",
+                                 {response.archive(), NVCPolicyQuery().archive(), QByteArray()})),
+              QStringLiteral("ok"));
     ASSERT_TRUE(daemons.filterd().waitForOutput("override rules are not kept"));
     EXPECT_TRUE(daemons.filterd().output().contains("/tmp/x\\n00:00"));
     EXPECT_FALSE(daemons.filterd().output().contains("\n00:00:00.000 info"));
