@@ -2,7 +2,6 @@
 
 #include "DevAuthorizationBackend.h"
 #include "PolkitAuthorizationBackend.h"
-#include "SystemBusAddress.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -80,27 +79,6 @@ TEST(TokenStore, NoTokenWithoutRandomness)
     TokenStore store(60s, std::chrono::steady_clock::now, [](char *, std::size_t) { return false; });
     EXPECT_FALSE(store.mint(1));
     EXPECT_EQ(store.size(), 0u);
-}
-
-TEST(SystemBusAddress, TellsTheMachinesSystemBusFromPrivateOnes)
-{
-    struct Case
-    {
-        const char *address;
-        bool real;
-    };
-    const Case cases[] = {
-        {"", true},
-        {"  ", true},
-        {"unix:path=/run/dbus/system_bus_socket", true},
-        {"unix:path=/var/run/dbus/system_bus_socket", true},
-        {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
-        {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
-        {"unix:path=/tmp/dbus-abc,guid=0123", false},
-        {"unix:abstract=/tmp/dbus-xyz", false},
-    };
-    for (const Case &c : cases)
-        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(c.address)), c.real) << c.address;
 }
 
 TEST(DevAuthorizationBackend, GrantsTheSessionActionOnlyInsideTheSession)

@@ -3,6 +3,7 @@
 #include "RequestLimits.h"
 #include "RuleAdmission.h"
 #include "RuleCoding.h"
+#include "SystemBusAddress.h"
 #include "logging/JournalMessageHandler.h"
 
 #include <gtest/gtest.h>
@@ -91,6 +92,27 @@ TEST(CallerIdentity, NoIdentityForACallerThatHasLeft)
     // The bus drops the name once the connection is gone; the lookup then fails instead of giving 0.
     ASSERT_TRUE(bus.waitForNameGone(departed));
     EXPECT_EQ(quiven::service::callerUid(daemon, departed), std::nullopt);
+}
+
+TEST(SystemBusAddress, TellsTheMachinesSystemBusFromPrivateOnes)
+{
+    struct Case
+    {
+        const char *address;
+        bool real;
+    };
+    const Case cases[] = {
+        {"", true},
+        {"  ", true},
+        {"unix:path=/run/dbus/system_bus_socket", true},
+        {"unix:path=/var/run/dbus/system_bus_socket", true},
+        {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
+        {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
+        {"unix:path=/tmp/dbus-abc,guid=0123", false},
+        {"unix:abstract=/tmp/dbus-xyz", false},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(c.address)), c.real) << c.address;
 }
 
 } // namespace
