@@ -1,11 +1,17 @@
 #include "AuthorityChangeGate.h"
 
+#include "AuthorizationBackend.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QLoggingCategory>
 
 Q_LOGGING_CATEGORY(lcAuthorityChangeGate, "com.norvalis.AuthorityChangeGate")
 
 AuthorityChangeGate::AuthorityChangeGate(const QDBusConnection &connection)
-    : m_verifier(connection)
+    : m_connection(connection)
+    , m_verifier(connection)
 {}
 
 bool AuthorityChangeGate::allow(const QByteArray &externalForm, uint callerUid, QString *error)
@@ -26,6 +32,38 @@ bool AuthorityChangeGate::allow(const QByteArray &externalForm, uint callerUid, 
     if (error)
         *error = refusal;
     return false;
+}
+
+void AuthorityChangeGate::authorizeCaller(const QString &uniqueName, CallerRight right, bool allowInteraction,
+                                          const CallerDecision &done)
+{
+    // An interactive check lasts as long as the user takes to answer the prompt.
+    constexpr int kInteractiveTimeoutMs = 10 * 60 * 1000;
+    constexpr int kQuietTimeoutMs = 25 * 1000;
+    const QString action =
+        QString::fromLatin1(right == CallerRight::Administrator ? kAdministratorAction : kLocalSessionAction);
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QString::fromLatin1(kNVCAuthorityService), QString::fromLatin1(kNVCAuthorityPath),
+        QStringLiteral("com.norvalis.NVCAuthorityProtocol"), QStringLiteral("CheckCaller"));
+    call << uniqueName << action << allowInteraction;
+    auto *watcher = new QDBusPendingCallWatcher(
+        m_connection.asyncCall(call, allowInteraction ? kInteractiveTimeoutMs : kQuietTimeoutMs));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [=](QDBusPendingCallWatcher *finished) {
+        finished->deleteLater();
+        const QDBusPendingReply<int> reply = *finished;
+        QString refusal;
+        if (reply.isError())
+            refusal = QStringLiteral("The authority cannot be asked: %1").arg(reply.error().message());
+        else if (reply.value() != errAuthorizationSuccess)
+            refusal = QStringLiteral("Not authorized for %1 (status %2)").arg(action).arg(reply.value());
+        if (refusal.isEmpty())
+            qCInfo(lcAuthorityChangeGate, "%s allowed for %s", qUtf8Printable(action),
+                   qUtf8Printable(uniqueName));
+        else
+            qCWarning(lcAuthorityChangeGate, "%s refused for %s: %s", qUtf8Printable(action),
+                      qUtf8Printable(uniqueName), qUtf8Printable(refusal));
+        done(refusal.isEmpty(), refusal);
+    });
 }
 
 std::unique_ptr<PrivilegedChangeGate> makeDaemonChangeGate(bool insecureDev,

@@ -7,14 +7,18 @@
 #include <memory>
 
 // Lets a daemon make a privileged change only when the authority confirms
-// that the form grants the administrator right to the caller's user.
+// that the form grants the administrator right to the caller's user, or, for
+// calls without a form, that polkit grants the caller the action.
 class AuthorityChangeGate : public PrivilegedChangeGate
 {
 public:
     explicit AuthorityChangeGate(const QDBusConnection &connection);
     bool allow(const QByteArray &externalForm, uint callerUid, QString *error) override;
+    void authorizeCaller(const QString &uniqueName, CallerRight right, bool allowInteraction,
+                         const CallerDecision &done) override;
 
 private:
+    QDBusConnection m_connection;
     NVCAuthorityVerifier m_verifier;
 };
 

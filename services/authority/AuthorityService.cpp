@@ -1,5 +1,7 @@
 #include "AuthorityService.h"
 
+#include "CallerIdentity.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QLoggingCategory>
@@ -27,13 +29,13 @@ OSStatus AuthorityService::checkRequest(const QString &right, uint flags)
 
 std::optional<uint> AuthorityService::callerUid() const
 {
-    const QDBusReply<uint> uid = connection().interface()->serviceUid(message().service());
-    if (!uid.isValid()) {
-        qCWarning(lcAuthorityService)
-            << "Cannot tell the user of" << message().service() << uid.error().message();
-        return std::nullopt;
-    }
-    return uid.value();
+    return quiven::service::callerUid(connection(), message().service());
+}
+
+bool AuthorityService::callerIsDaemon() const
+{
+    const std::optional<uint> caller = callerUid();
+    return caller && (*caller == 0 || *caller == ::getuid());
 }
 
 OSStatus AuthorityService::lookupForCaller(const QByteArray &token, uint caller) const
@@ -59,24 +61,24 @@ int AuthorityService::Create(const QString &right, const QString &prompt, uint f
     const QDBusMessage request = message();
     const QDBusConnection bus = connection();
     const uint uid = *caller;
-    m_backend->check(request.service(), prompt, flags & kAuthorizationFlagInteractionAllowed,
-                     [this, request, bus, uid](OSStatus status) mutable {
-                         QByteArray token;
-                         if (status == errAuthorizationSuccess) {
-                             const auto minted = m_tokens->mint(uid);
-                             if (minted) {
-                                 token = *minted;
-                                 qCInfo(lcAuthorityService, "Granted %s to uid %u", kNVCAdminRight, uid);
-                             } else {
-                                 qCCritical(lcAuthorityService) << "No randomness for a new authorization";
-                                 status = errAuthorizationInternal;
-                             }
-                         } else {
-                             qCInfo(lcAuthorityService, "Refused %s to uid %u, status %d", kNVCAdminRight,
-                                    uid, status);
-                         }
-                         bus.send(request.createReply({status, token}));
-                     });
+    m_backend->check(
+        {request.service(), uid}, QString::fromLatin1(kAdministratorAction), prompt,
+        flags & kAuthorizationFlagInteractionAllowed, [this, request, bus, uid](OSStatus status) mutable {
+            QByteArray token;
+            if (status == errAuthorizationSuccess) {
+                const auto minted = m_tokens->mint(uid);
+                if (minted) {
+                    token = *minted;
+                    qCInfo(lcAuthorityService, "Granted %s to uid %u", kNVCAdminRight, uid);
+                } else {
+                    qCCritical(lcAuthorityService) << "No randomness for a new authorization";
+                    status = errAuthorizationInternal;
+                }
+            } else {
+                qCInfo(lcAuthorityService, "Refused %s to uid %u, status %d", kNVCAdminRight, uid, status);
+            }
+            bus.send(request.createReply({status, token}));
+        });
     return errAuthorizationSuccess;
 }
 
@@ -98,7 +100,8 @@ int AuthorityService::CopyRights(const QByteArray &token, const QString &right, 
     setDelayedReply(true);
     const QDBusMessage request = message();
     const QDBusConnection bus = connection();
-    m_backend->check(request.service(), prompt, flags & kAuthorizationFlagInteractionAllowed,
+    m_backend->check({request.service(), *caller}, QString::fromLatin1(kAdministratorAction), prompt,
+                     flags & kAuthorizationFlagInteractionAllowed,
                      [this, request, bus, token](OSStatus status) {
                          // The token may have been revoked while the user was being asked.
                          if (status == errAuthorizationSuccess && !m_tokens->extend(token))
@@ -130,9 +133,7 @@ int AuthorityService::Free(const QByteArray &token, uint flags)
 int AuthorityService::Verify(const QByteArray &token, const QString &right, uint &uid)
 {
     uid = 0;
-    const std::optional<uint> caller = callerUid();
-    // Only the daemons, which run as root (or as the authority's own user on a private bus), may ask.
-    if (!caller || (*caller != 0 && *caller != ::getuid())) {
+    if (!callerIsDaemon()) {
         qCWarning(lcAuthorityService) << "Refused a verification to an unprivileged caller";
         return errAuthorizationDenied;
     }
@@ -144,4 +145,35 @@ int AuthorityService::Verify(const QByteArray &token, const QString &right, uint
         uid = owner;
     qCDebug(lcAuthorityService, "Verification for uid %u: status %d", owner, status);
     return status;
+}
+
+int AuthorityService::CheckCaller(const QString &busName, const QString &action, bool interactive)
+{
+    if (!callerIsDaemon()) {
+        qCWarning(lcAuthorityService) << "Refused a caller check to an unprivileged caller";
+        return errAuthorizationDenied;
+    }
+    if (action != QLatin1String(kAdministratorAction) && action != QLatin1String(kLocalSessionAction))
+        return errAuthorizationInvalidSet;
+    // Only a unique name names one process; a well-known name could change hands meanwhile.
+    if (!busName.startsWith(u':'))
+        return errAuthorizationInvalidRef;
+    const std::optional<uint> subjectUid = quiven::service::callerUid(connection(), busName);
+    if (!subjectUid)
+        return errAuthorizationInvalidRef;
+
+    setDelayedReply(true);
+    const QDBusMessage request = message();
+    const QDBusConnection bus = connection();
+    m_backend->check({busName, *subjectUid}, action, QString(), interactive,
+                     [request, bus, busName, action, uid = *subjectUid](OSStatus status) {
+                         if (status == errAuthorizationSuccess)
+                             qCInfo(lcAuthorityService, "%s (uid %u) may %s", qUtf8Printable(busName), uid,
+                                    qUtf8Printable(action));
+                         else
+                             qCInfo(lcAuthorityService, "Refused %s to %s (uid %u), status %d",
+                                    qUtf8Printable(action), qUtf8Printable(busName), uid, status);
+                         bus.send(request.createReply(QVariantList{status}));
+                     });
+    return errAuthorizationSuccess;
 }

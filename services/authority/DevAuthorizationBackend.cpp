@@ -1,6 +1,6 @@
 #include "DevAuthorizationBackend.h"
 
-#include <QStringList>
+#include <unistd.h>
 
 std::optional<OSStatus> DevAuthorizationBackend::answerFor(const QString &setting)
 {
@@ -13,19 +13,13 @@ std::optional<OSStatus> DevAuthorizationBackend::answerFor(const QString &settin
     return std::nullopt;
 }
 
-bool DevAuthorizationBackend::isRealSystemBus(const QString &systemBusAddress)
+void DevAuthorizationBackend::check(const AuthorizationSubject &subject, const QString &actionId,
+                                    const QString &, bool, const Done &done)
 {
-    if (systemBusAddress.trimmed().isEmpty())
-        return true;
-    const QStringList realSockets{QStringLiteral("/run/dbus/system_bus_socket"),
-                                  QStringLiteral("/var/run/dbus/system_bus_socket")};
-    // An address is a ';'-separated list of "transport:key=value,..." entries.
-    for (const QString &entry : systemBusAddress.split(u';', Qt::SkipEmptyParts)) {
-        const QString parameters = entry.section(u':', 1);
-        for (const QString &parameter : parameters.split(u',', Qt::SkipEmptyParts)) {
-            if (parameter.startsWith(QLatin1String("path=")) && realSockets.contains(parameter.mid(5)))
-                return true;
-        }
+    if (actionId != QLatin1String(kLocalSessionAction)) {
+        done(m_answer);
+        return;
     }
-    return false;
+    const bool inSession = subject.uid == 0 || subject.uid == ::getuid();
+    done(inSession ? errAuthorizationSuccess : errAuthorizationDenied);
 }

@@ -4,8 +4,11 @@
 
 #include <optional>
 
-// For development and tests on a private bus: answers every request, with or
-// without interaction, the same way.
+// For development and tests on a private bus. Stands in for polkit with the
+// product's defaults: the authority's own user and root stand for the active
+// local session. The administrator action answers as the prompt would
+// (the same answer for everyone, with or without interaction); the
+// session action is granted in the session and refused outside it.
 class DevAuthorizationBackend : public AuthorizationBackend
 {
 public:
@@ -15,10 +18,9 @@ public:
 
     // "grant" (also for an empty text), "deny" or "cancel"; nullopt otherwise.
     static std::optional<OSStatus> answerFor(const QString &setting);
-    // The machine's own system bus must never get a backend that grants freely.
-    static bool isRealSystemBus(const QString &systemBusAddress);
 
-    void check(const QString &, const QString &, bool, const Done &done) override { done(m_answer); }
+    void check(const AuthorizationSubject &subject, const QString &actionId, const QString &message,
+               bool allowInteraction, const Done &done) override;
 
 private:
     OSStatus m_answer;

@@ -83,21 +83,21 @@ OSStatus PolkitAuthorizationBackend::statusForError(const QString &errorName)
     return errAuthorizationInternal;
 }
 
-void PolkitAuthorizationBackend::check(const QString &subjectBusName, const QString &message,
-                                       bool allowInteraction, const Done &done)
+void PolkitAuthorizationBackend::check(const AuthorizationSubject &subject, const QString &actionId,
+                                       const QString &message, bool allowInteraction, const Done &done)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.PolicyKit1"), QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
         QStringLiteral("org.freedesktop.PolicyKit1.Authority"), QStringLiteral("CheckAuthorization"));
-    const PolkitSubject subject{QStringLiteral("system-bus-name"),
-                                {{QStringLiteral("name"), subjectBusName}}};
+    const PolkitSubject polkitSubject{QStringLiteral("system-bus-name"),
+                                      {{QStringLiteral("name"), subject.busName}}};
     PolkitDetails details;
     if (!message.isEmpty())
         details.insert(QStringLiteral("polkit.message"), message);
-    call << QVariant::fromValue(subject) << QString::fromLatin1(kActionId) << QVariant::fromValue(details)
+    call << QVariant::fromValue(polkitSubject) << actionId << QVariant::fromValue(details)
          << quint32(allowInteraction ? kAllowUserInteraction : 0) << QString();
     qCDebug(lcPolkitAuthorizationBackend)
-        << "Asking polkit for" << subjectBusName << "interactive" << allowInteraction;
+        << "Asking polkit about" << actionId << "for" << subject.busName << "interactive" << allowInteraction;
 
     auto *watcher = new QDBusPendingCallWatcher(
         m_connection.asyncCall(call, allowInteraction ? kInteractiveTimeoutMs : kQuietTimeoutMs), this);

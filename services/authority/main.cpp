@@ -1,6 +1,8 @@
 #include "AuthorityService.h"
 #include "DevAuthorizationBackend.h"
 #include "PolkitAuthorizationBackend.h"
+#include "ShutdownSignals.h"
+#include "SystemBusAddress.h"
 #include "logging/JournalMessageHandler.h"
 #include "nrauthdadaptor.h"
 
@@ -9,7 +11,6 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QLoggingCategory>
-#include <csignal>
 
 Q_LOGGING_CATEGORY(lcAuthorityMain, "com.norvalis.quiven-authd")
 
@@ -19,16 +20,11 @@ namespace {
 // administrator authentication.
 constexpr int kDefaultLifetimeSeconds = 300;
 
-void quitOnSignal(int)
-{
-    QCoreApplication::quit();
-}
-
 std::unique_ptr<AuthorizationBackend> makeBackend(bool development, const QDBusConnection &bus)
 {
     if (!development)
         return std::make_unique<PolkitAuthorizationBackend>(bus);
-    if (DevAuthorizationBackend::isRealSystemBus(qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"))) {
+    if (quiven::service::isMachineSystemBus(qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"))) {
         qCCritical(lcAuthorityMain) << "The development backend runs only on a private bus named by "
                                        "DBUS_SYSTEM_BUS_ADDRESS, never on the machine's system bus";
         return nullptr;
@@ -92,8 +88,7 @@ int main(int argc, char **argv)
         qCCritical(lcAuthorityMain) << "Cannot own" << kNVCAuthorityService << bus.lastError().message();
         return 1;
     }
-    std::signal(SIGTERM, quitOnSignal);
-    std::signal(SIGINT, quitOnSignal);
+    quiven::service::installShutdownHandler(&service, [] {});
     qCInfo(lcAuthorityMain) << "Authority ready on" << kNVCAuthorityService;
     return app.exec();
 }

@@ -1,11 +1,14 @@
 #include "FilterDaemon.h"
 
+#include "CallerIdentity.h"
 #include "NVCNamespace.h"
 #include "NVCQUIVENDaemonProtocolAdaptor.h"
 #include "NVCQUIVENDaemonRuleProtocolAdaptor.h"
 #include "NVCServiceClientSubscriptionProtocolAdaptor.h"
 #include "NVCUserPolicyResponse.h"
 #include "ProductFolders.h"
+#include "RequestLimits.h"
+#include "RuleAdmission.h"
 #include "RuleCoding.h"
 #include "RuleManager.h"
 
@@ -14,7 +17,8 @@
 #include <QDBusReply>
 #include <QFile>
 #include <QLoggingCategory>
-#include <algorithm>
+#include <QTimer>
+#include <malloc.h>
 
 Q_LOGGING_CATEGORY(lcFilterDaemon, "com.norvalis.FilterDaemon")
 
@@ -24,6 +28,14 @@ constexpr auto kPolicyChangedProtocol = "NVCQUIVENPolicyChangedProtocol";
 constexpr auto kTerminationProtocol = "NVCQUIVENClientTerminationProtocol";
 const QStringList kSubscribableProtocols = {QString::fromLatin1(kPolicyChangedProtocol),
                                             QString::fromLatin1(kTerminationProtocol)};
+
+// A request this large leaves the heap grown after its arguments are freed.
+constexpr qsizetype kLargeRequestRules = 10000;
+
+void giveMemoryBackLater()
+{
+    QTimer::singleShot(0, [] { ::malloc_trim(0); });
+}
 
 } // namespace
 
@@ -55,11 +67,31 @@ bool FilterDaemon::exportOn(QString *error)
     return true;
 }
 
+void FilterDaemon::runForAuthorizedCaller(CallerRight right, std::function<QVariantList()> work)
+{
+    setDelayedReply(true);
+    const QDBusMessage request = message();
+    m_gate->authorizeCaller(request.service(), right, request.isInteractiveAuthorizationAllowed(),
+                            [this, request, work = std::move(work)](bool allowed, const QString &refusal) {
+                                if (!allowed) {
+                                    m_bus.send(request.createErrorReply(
+                                        QString::fromLatin1(quiven::dbus::kNotAuthorizedError), refusal));
+                                    return;
+                                }
+                                const QVariantList results = work();
+                                if (request.isReplyRequired())
+                                    m_bus.send(request.createReply(results));
+                            });
+}
+
 bool FilterDaemon::setQUIVENEnabled(bool enabled, bool needCleanup)
 {
-    qCInfo(lcFilterDaemon, "filter %s (cleanup: %d)", enabled ? "enabled" : "disabled", needCleanup);
-    m_enabled = enabled;
-    return true;
+    runForAuthorizedCaller(CallerRight::Administrator, [this, enabled, needCleanup] {
+        qCInfo(lcFilterDaemon, "filter %s (cleanup: %d)", enabled ? "enabled" : "disabled", needCleanup);
+        m_enabled = enabled;
+        return QVariantList{true};
+    });
+    return false;
 }
 
 qlonglong FilterDaemon::getQUIVENFilterStatusWithCallback()
@@ -83,6 +115,12 @@ QVariantMap FilterDaemon::systemSettings()
 
 bool FilterDaemon::reloadSystemRulesWithCallback()
 {
+    runForAuthorizedCaller(CallerRight::LocalSession, [this] { return QVariantList{reloadSystemRules()}; });
+    return false;
+}
+
+bool FilterDaemon::reloadSystemRules()
+{
     const int inUse = systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use"), 0).toInt();
     RuleManager rules;
     const bool loaded = rules.addSystemRuleFiles(inUse);
@@ -96,16 +134,23 @@ bool FilterDaemon::reloadSystemRulesWithCallback()
 
 bool FilterDaemon::registerUserAgentWithCallback()
 {
-    qCInfo(lcFilterDaemon, "user agent registered: %s", qUtf8Printable(message().service()));
-    return true;
+    const QString agent = message().service();
+    runForAuthorizedCaller(CallerRight::LocalSession, [agent] {
+        qCInfo(lcFilterDaemon, "user agent registered: %s", qUtf8Printable(agent));
+        return QVariantList{true};
+    });
+    return false;
 }
 
 void FilterDaemon::deleteFailsafeLog()
 {
-    const QString failsafe = ProductFolders::failsafeFile();
-    for (const QString &path : QStringList{failsafe, failsafe + QStringLiteral(".strict")})
-        if (QFile::exists(path) && !QFile::remove(path))
-            qCWarning(lcFilterDaemon, "cannot delete %s", qUtf8Printable(path));
+    runForAuthorizedCaller(CallerRight::LocalSession, [] {
+        const QString failsafe = ProductFolders::failsafeFile();
+        for (const QString &path : QStringList{failsafe, failsafe + QStringLiteral(".strict")})
+            if (QFile::exists(path) && !QFile::remove(path))
+                qCWarning(lcFilterDaemon, "cannot delete %s", qUtf8Printable(path));
+        return QVariantList{};
+    });
 }
 
 QList<QVariantMap> FilterDaemon::getUserRuleset(QList<QVariantMap> &policyRules)
@@ -117,32 +162,49 @@ QList<QVariantMap> FilterDaemon::getUserRuleset(QList<QVariantMap> &policyRules)
 void FilterDaemon::setUserWatchRules(const QList<QVariantMap> &watchRules,
                                      const QList<QVariantMap> &policyRules, const QByteArray &authorization)
 {
-    quiven::filterd::UserRuleset ruleset;
+    using quiven::filterd::kMaxRulesPerCall;
+    const qsizetype count = watchRules.size() + policyRules.size();
+    if (count > kLargeRequestRules)
+        giveMemoryBackLater();
+    if (count > kMaxRulesPerCall) {
+        sendErrorReply(QString::fromLatin1(quiven::dbus::kInvalidArgumentError),
+                       QStringLiteral("At most %1 rules may be saved at once").arg(kMaxRulesPerCall));
+        return;
+    }
+    // Who asks, and whether they may, before any work on what they sent.
+    const std::optional<uint> uid = quiven::service::callerUid(m_bus, message().service());
     QString error;
-    if (!quiven::dbus::unarchiveWatchRules(watchRules, &ruleset.watchRules, &error) ||
-        !quiven::dbus::unarchivePolicyRules(policyRules, &ruleset.policyRules, &error)) {
-        sendErrorReply(QString::fromLatin1(quiven::dbus::kInvalidArgumentError), error);
+    if (!uid) {
+        sendErrorReply(QString::fromLatin1(quiven::dbus::kNotAuthorizedError),
+                       QStringLiteral("The caller's user cannot be told"));
         return;
     }
     const bool noAdminsNeeded =
         systemSettings().value(QStringLiteral("quiven-policy-save-no-admins")).toBool();
-    const uint uid = m_bus.interface()->serviceUid(message().service()).value();
-    if (!noAdminsNeeded && !m_gate->allow(authorization, uid, &error)) {
+    if (!noAdminsNeeded && !m_gate->allow(authorization, *uid, &error)) {
         sendErrorReply(QString::fromLatin1(quiven::dbus::kNotAuthorizedError), error);
         return;
     }
-    if (!quiven::filterd::writeUserRuleset(ProductFolders::localUserFile(), ruleset, &error)) {
+    const std::optional<quiven::filterd::UserRuleset> ruleset =
+        quiven::filterd::admitRules(watchRules, policyRules, &error);
+    if (!ruleset) {
+        qCWarning(lcFilterDaemon, "user ruleset refused: %s", qUtf8Printable(error));
+        sendErrorReply(QString::fromLatin1(quiven::dbus::kInvalidArgumentError), error);
+        return;
+    }
+    if (!quiven::filterd::writeUserRuleset(ProductFolders::localUserFile(), *ruleset, &error)) {
+        qCWarning(lcFilterDaemon, "user ruleset not saved: %s", qUtf8Printable(error));
         sendErrorReply(QString::fromLatin1(quiven::dbus::kFailedError), error);
         return;
     }
-    m_userRuleset = ruleset;
+    m_userRuleset = *ruleset;
     qCInfo(lcFilterDaemon, "user ruleset saved: %lld watch rules, %lld policy rules",
-           static_cast<long long>(ruleset.watchRules.size()),
-           static_cast<long long>(ruleset.policyRules.size()));
+           static_cast<long long>(ruleset->watchRules.size()),
+           static_cast<long long>(ruleset->policyRules.size()));
     notifySubscribers(QString::fromLatin1(kPolicyChangedProtocol),
                       QStringLiteral("policyChangedWithWatchRules"),
-                      {QVariant::fromValue(quiven::dbus::archiveWatchRules(ruleset.watchRules)),
-                       QVariant::fromValue(quiven::dbus::archivePolicyRules(ruleset.policyRules))});
+                      {QVariant::fromValue(quiven::dbus::archiveWatchRules(ruleset->watchRules)),
+                       QVariant::fromValue(quiven::dbus::archivePolicyRules(ruleset->policyRules))});
 }
 
 void FilterDaemon::createOverrideRuleWith(const QVariantMap &response, const QVariantMap &query,
@@ -168,13 +230,22 @@ bool FilterDaemon::subscribeToChangesWithProtocol(const QString &protocolName,
     // Call-backs may only go to the caller's own objects.
     if (!kSubscribableProtocols.contains(protocolName) || endpoint.service != message().service())
         return false;
-    if (!m_subscribers.contains(protocolName, endpoint))
-        m_subscribers.insert(protocolName, endpoint);
-    if (!m_subscriberWatcher.watchedServices().contains(endpoint.service)) {
+    const bool known = m_subscribers.contains(endpoint.service);
+    QSet<QString> &paths = m_subscribers[endpoint.service][protocolName];
+    if (!paths.contains(endpoint.path.path()) &&
+        paths.size() >= quiven::filterd::kMaxSubscriptionsPerProtocol) {
+        qCWarning(lcFilterDaemon, "%s holds the most subscriptions to %s already",
+                  qUtf8Printable(endpoint.service), qUtf8Printable(protocolName));
+        return false;
+    }
+    paths.insert(endpoint.path.path());
+    if (!known) {
         m_subscriberWatcher.addWatchedService(endpoint.service);
         // It may have gone before the watch was in place.
-        if (!m_bus.interface()->isServiceRegistered(endpoint.service).value())
+        if (!m_bus.interface()->isServiceRegistered(endpoint.service).value()) {
             dropSubscriber(endpoint.service);
+            return true;
+        }
     }
     qCInfo(lcFilterDaemon, "%s subscribed to %s at %s", qUtf8Printable(endpoint.service),
            qUtf8Printable(protocolName), qUtf8Printable(endpoint.path.path()));
@@ -183,46 +254,58 @@ bool FilterDaemon::subscribeToChangesWithProtocol(const QString &protocolName,
 
 void FilterDaemon::unsubscribeEndpoint(const NVCListenerEndpoint &endpoint, const QString &protocolName)
 {
-    m_subscribers.remove(protocolName, endpoint);
-    const QList<NVCListenerEndpoint> remaining = m_subscribers.values();
-    if (std::none_of(remaining.begin(), remaining.end(),
-                     [&](const NVCListenerEndpoint &other) { return other.service == endpoint.service; }))
+    const auto subscriber = m_subscribers.find(endpoint.service);
+    if (subscriber == m_subscribers.end())
+        return;
+    const auto paths = subscriber->find(protocolName);
+    if (paths != subscriber->end()) {
+        paths->remove(endpoint.path.path());
+        if (paths->isEmpty())
+            subscriber->erase(paths);
+    }
+    if (subscriber->isEmpty()) {
+        m_subscribers.erase(subscriber);
         m_subscriberWatcher.removeWatchedService(endpoint.service);
+    }
 }
 
 void FilterDaemon::dropSubscriber(const QString &uniqueName)
 {
     m_subscriberWatcher.removeWatchedService(uniqueName);
     qsizetype dropped = 0;
-    for (auto it = m_subscribers.begin(); it != m_subscribers.end();) {
-        if (it.value().service == uniqueName) {
-            it = m_subscribers.erase(it);
-            ++dropped;
-        } else {
-            ++it;
-        }
-    }
+    for (const QSet<QString> &paths : m_subscribers.take(uniqueName))
+        dropped += paths.size();
     qCInfo(lcFilterDaemon, "%s left the bus; dropped %lld subscriptions", qUtf8Printable(uniqueName),
            static_cast<long long>(dropped));
+}
+
+qsizetype FilterDaemon::subscriptionCount(const QString &protocolName) const
+{
+    qsizetype count = 0;
+    for (const auto &protocols : m_subscribers)
+        count += protocols.value(protocolName).size();
+    return count;
 }
 
 void FilterDaemon::notifySubscribers(const QString &protocolName, const QString &member,
                                      const QVariantList &arguments)
 {
-    for (const NVCListenerEndpoint &endpoint : m_subscribers.values(protocolName)) {
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            endpoint.service, endpoint.path.path(), quiven::dbus::interfaceForProtocol(protocolName), member);
-        call.setArguments(arguments);
-        call.setAutoStartService(false);
-        call.setDelayedReply(false);
-        m_bus.send(call);
+    const QString interface = quiven::dbus::interfaceForProtocol(protocolName);
+    for (auto subscriber = m_subscribers.cbegin(); subscriber != m_subscribers.cend(); ++subscriber) {
+        for (const QString &path : subscriber->value(protocolName)) {
+            QDBusMessage call = QDBusMessage::createMethodCall(subscriber.key(), path, interface, member);
+            call.setArguments(arguments);
+            call.setAutoStartService(false);
+            call.setDelayedReply(false);
+            m_bus.send(call);
+        }
     }
 }
 
 void FilterDaemon::announceTermination()
 {
     qCInfo(lcFilterDaemon, "terminating; telling %lld subscribers",
-           static_cast<long long>(m_subscribers.count(QString::fromLatin1(kTerminationProtocol))));
+           static_cast<long long>(subscriptionCount(QString::fromLatin1(kTerminationProtocol))));
     notifySubscribers(QString::fromLatin1(kTerminationProtocol), QStringLiteral("terminate"), {});
     // One round trip to the bus: it answers only after it has taken every
     // message sent before, so the terminate calls are out before we quit.

@@ -7,7 +7,10 @@
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusServiceWatcher>
+#include <QHash>
 #include <QObject>
+#include <QSet>
+#include <functional>
 #include <memory>
 
 // The filter daemon stand-in: filter switch and status, system rule reload,
@@ -41,15 +44,21 @@ public Q_SLOTS:
     void unsubscribeEndpoint(const NVCListenerEndpoint &endpoint, const QString &protocolName);
 
 private:
+    // Replies later: runs `work` once the gate has authorized the caller of the
+    // current message, or answers NotAuthorized. `work` gives the reply's values.
+    void runForAuthorizedCaller(CallerRight right, std::function<QVariantList()> work);
     QVariantMap systemSettings();
+    bool reloadSystemRules();
     // A subscriber's process left the bus: its call-back objects are gone with it.
     void dropSubscriber(const QString &uniqueName);
+    qsizetype subscriptionCount(const QString &protocolName) const;
     void notifySubscribers(const QString &protocolName, const QString &member, const QVariantList &arguments);
 
     QDBusConnection m_bus;
     std::unique_ptr<PrivilegedChangeGate> m_gate;
     bool m_enabled = true;
     quiven::filterd::UserRuleset m_userRuleset;
-    QMultiHash<QString, NVCListenerEndpoint> m_subscribers;
+    // Unique name -> protocol -> object paths; what a subscription costs does not grow with their number.
+    QHash<QString, QHash<QString, QSet<QString>>> m_subscribers;
     QDBusServiceWatcher m_subscriberWatcher;
 };

@@ -16,7 +16,8 @@ struct UserRuleset
 };
 
 UserRuleset readUserRuleset(const QString &path);
-// Replaces the file in one step (temporary file, flush to disk, rename).
+// Replaces the file in one step (temporary file, flush to disk, rename);
+// refuses, with *error saying so, when a symbolic link stands at the path.
 bool writeUserRuleset(const QString &path, const UserRuleset &ruleset, QString *error);
 
 } // namespace quiven::filterd

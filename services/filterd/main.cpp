@@ -2,6 +2,7 @@
 #include "FilterDaemon.h"
 #include "PrivilegedChangeGate.h"
 #include "ServiceRuntime.h"
+#include "ShutdownSignals.h"
 #include "logging/JournalMessageHandler.h"
 
 #include <QCommandLineParser>

@@ -1,6 +1,8 @@
 #include "SettingsDaemon.h"
 
+#include "CallerIdentity.h"
 #include "DBusTypes.h"
+#include "ProductFolders.h"
 #include "nrsettingsdAuthorizedProtocolAdaptor.h"
 #include "nrsettingsdNotificationsAdaptor.h"
 #include "nrsettingsdProtocolAdaptor.h"
@@ -89,6 +91,13 @@ QStringList SettingsDaemon::getUserWhitelistWithReply(bool &available)
 void SettingsDaemon::setQUIVENSystemRuleSetWithAuthorization(const QVariantMap &authorization,
                                                              qulonglong ruleSet)
 {
+    const qsizetype rulesets = ProductFolders::baseRulesetFiles().size();
+    if (ruleSet >= qulonglong(rulesets)) {
+        sendErrorReply(
+            QString::fromLatin1(quiven::dbus::kInvalidArgumentError),
+            QStringLiteral("There is no system ruleset %1; there are %2").arg(ruleSet).arg(rulesets));
+        return;
+    }
     change(authorization, QStringLiteral("quiven-system-ruleset-in-use"), qlonglong(ruleSet));
 }
 
@@ -117,8 +126,13 @@ void SettingsDaemon::change(const QVariantMap &authorization, const QString &key
                        QStringLiteral("The authorization holds no authorization reference"));
         return;
     }
-    const uint uid = m_bus.interface()->serviceUid(message().service()).value();
-    if (!m_gate->allow(form, uid, &error)) {
+    const std::optional<uint> uid = quiven::service::callerUid(m_bus, message().service());
+    if (!uid) {
+        sendErrorReply(QString::fromLatin1(quiven::dbus::kNotAuthorizedError),
+                       QStringLiteral("The caller's user cannot be told"));
+        return;
+    }
+    if (!m_gate->allow(form, *uid, &error)) {
         sendErrorReply(QString::fromLatin1(quiven::dbus::kNotAuthorizedError), error);
         return;
     }

@@ -3,6 +3,7 @@
 #include "PrivilegedChangeGate.h"
 #include "ServiceRuntime.h"
 #include "SettingsDaemon.h"
+#include "ShutdownSignals.h"
 #include "logging/JournalMessageHandler.h"
 
 #include <QCommandLineParser>

@@ -127,28 +127,24 @@ void NVCRuleManager::authorizeWithCallback(const NVCQUIVENRuleClient::Authorizat
             callback(QByteArray(), errAuthorizationSuccess, {});
         return;
     }
-    // The prompt may stay up for minutes: it is waited for on a pool thread,
-    // and the answer comes back to this manager's thread. Letting go of the
-    // authorization talks to the authority too, so it goes back to the pool.
+    // The prompt may stay up for minutes: it is waited for on this manager's
+    // own worker, and the answer comes back to the manager's thread. (Letting
+    // go of the authorization afterwards is local: it needs no worker.)
     QPointer<NVCRuleManager> self(this);
     NVCQUIVENRuleClient *client = m_quivenClient.get();
-    QThreadPool::globalInstance()->start([self, client, callback] {
+    m_authorizationQueue.start([self, client, callback] {
         client->invokeWithAuthorization([self, callback](const QByteArray &form, OSStatus status,
                                                          const NVCQUIVENRuleClient::Release &release) {
-            const NVCQUIVENRuleClient::Release releaseOffThread =
-                release ? NVCQUIVENRuleClient::Release(
-                              [release] { QThreadPool::globalInstance()->start(release); })
-                        : NVCQUIVENRuleClient::Release();
             if (!self) {
-                if (releaseOffThread)
-                    releaseOffThread();
+                if (release)
+                    release();
                 return;
             }
             QMetaObject::invokeMethod(
                 self.data(),
-                [callback, form, status, releaseOffThread] {
+                [callback, form, status, release] {
                     if (callback)
-                        callback(form, status, releaseOffThread);
+                        callback(form, status, release);
                 },
                 Qt::QueuedConnection);
         });

@@ -5,6 +5,7 @@
 
 #include <QDBusConnection>
 #include <QDBusError>
+#include <QThreadPool>
 #include <functional>
 #include <memory>
 
@@ -74,4 +75,8 @@ private:
     std::unique_ptr<NVCQUIVENRuleClient> m_quivenClient;
     QRecursiveMutex m_listenerLock;
     std::function<void()> m_localPolicyUpdateListener;
+    // Waits for the user's answer to authorization prompts; declared last, so
+    // the manager's destruction waits for a prompt in progress before the
+    // clients it uses go.
+    QThreadPool m_authorizationQueue;
 };

@@ -3,6 +3,7 @@
 #include "NVCServiceClientSubscriptionProtocolProxy.h"
 
 #include <QAtomicInteger>
+#include <QCoreApplication>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
@@ -521,8 +522,11 @@ bool NVCServiceClient::unsubscribeProtocol(const QString &protocolName)
     // Also sent without a bus, so that the failure is logged like any other.
     // Nobody waits for the answer: a client going away with its window must
     // not hold up the GUI thread; a failure is logged when it arrives.
-    auto *watcher =
-        new QDBusPendingCallWatcher(m_subscriptionProxy->unsubscribeEndpoint(endpoint, protocolName));
+    // The application keeps the watcher, so a process ending first frees it.
+    QCoreApplication *application = QCoreApplication::instance();
+    auto *watcher = new QDBusPendingCallWatcher(
+        m_subscriptionProxy->unsubscribeEndpoint(endpoint, protocolName),
+        application && application->thread() == QThread::currentThread() ? application : nullptr);
     QObject::connect(
         watcher, &QDBusPendingCallWatcher::finished, [protocolName](QDBusPendingCallWatcher *finished) {
             finished->deleteLater();

@@ -41,9 +41,14 @@ void journalHandler(QtMsgType type, const QMessageLogContext &context, const QSt
         std::abort();
 }
 
+bool isControlCharacter(char16_t c)
+{
+    return c < 0x20 || (c >= 0x7f && c <= 0x9f) || c == 0x2028 || c == 0x2029;
+}
+
 void stderrHandler(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    const QByteArray line = qFormatLogMessage(type, context, message).toLocal8Bit();
+    const QByteArray line = qFormatLogMessage(type, context, escapeControlCharacters(message)).toLocal8Bit();
     std::fprintf(stderr, "%s\n", line.constData());
     std::fflush(stderr);
     if (type == QtFatalMsg)
@@ -51,6 +56,32 @@ void stderrHandler(QtMsgType type, const QMessageLogContext &context, const QStr
 }
 
 } // namespace
+
+QString escapeControlCharacters(const QString &text)
+{
+    QString escaped;
+    escaped.reserve(text.size());
+    for (const QChar c : text) {
+        if (!isControlCharacter(c.unicode())) {
+            escaped += c;
+            continue;
+        }
+        switch (c.unicode()) {
+        case u'\n':
+            escaped += QLatin1String("\\n");
+            break;
+        case u'\r':
+            escaped += QLatin1String("\\r");
+            break;
+        case u'\t':
+            escaped += QLatin1String("\\t");
+            break;
+        default:
+            escaped += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        }
+    }
+    return escaped;
+}
 
 bool journalIsReachable()
 {

@@ -89,11 +89,6 @@ void RuleManager::loadSystemRuleSet()
     rebuildRulesCache();
 }
 
-QStringList RuleManager::baseRulesetFileNames()
-{
-    return {QStringLiteral("quiven.rc"), QStringLiteral("quiven_classic.rc"), QStringLiteral("paranoid.rc")};
-}
-
 bool RuleManager::addSystemRuleFiles(qint64 rulesetInUse)
 {
     static const std::pair<const char *, const char *> optionalFiles[] = {
@@ -104,9 +99,9 @@ bool RuleManager::addSystemRuleFiles(qint64 rulesetInUse)
     };
     QMutexLocker locker(&m_lock);
     bool allRead = true;
-    const QStringList baseFiles = baseRulesetFileNames();
+    const QStringList baseFiles = ProductFolders::baseRulesetFiles();
     if (rulesetInUse >= 0 && rulesetInUse < baseFiles.size())
-        allRead = addFileContents(ProductFolders::systemRuleFile(baseFiles.at(rulesetInUse)), true);
+        allRead = addFileContents(baseFiles.at(rulesetInUse), true);
     for (const auto &[option, fileName] : optionalFiles) {
         if (getOption(QString::fromLatin1(option)) != 2)
             allRead = addFileContents(ProductFolders::systemRuleFile(QString::fromLatin1(fileName)), true) &&

@@ -49,8 +49,6 @@ public:
     // looked up as each file is reached, so the base file's `set` lines count
     // and options read before (the preferences) win. False when a file failed.
     bool addSystemRuleFiles(qint64 rulesetInUse);
-    // "quiven.rc", "quiven_classic.rc", "paranoid.rc": the base rulesets by index.
-    static QStringList baseRulesetFileNames();
     bool unsynchronizedAddFileContents(const QString &path, bool shouldLabelAsSystemRules);
     static QStringList scanString(QStringView line);
 

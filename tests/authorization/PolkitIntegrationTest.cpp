@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -32,15 +33,20 @@ std::unique_ptr<StandInProcess> startPolkit(const PrivateSystemBus &bus, const Q
     return polkit;
 }
 
+// The product's action file, every default replaced by `answer` unless it is empty.
 bool writeAction(const QString &dir, const QString &answer)
 {
     QFile source(sourceFile(QStringLiteral("dbus/com.norvalis.quiven.policy")));
     QFile target(QDir(dir).filePath(QStringLiteral("com.norvalis.quiven.policy")));
     if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly))
         return false;
-    const QByteArray text = source.readAll().replace("auth_admin_keep", answer.toUtf8());
+    QString text = QString::fromUtf8(source.readAll());
+    if (!answer.isEmpty())
+        text.replace(QRegularExpression(QStringLiteral("(<allow_[a-z]+>)[^<]*")),
+                     QStringLiteral("\\1") + answer);
+    const QByteArray bytes = text.toUtf8();
     // polkitd reads the folder after dropping to its own user.
-    return target.write(text) == text.size() &&
+    return target.write(bytes) == bytes.size() &&
            QFile::setPermissions(dir, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                           QFile::ReadOther | QFile::ExeOther | QFile::ReadGroup |
                                           QFile::ExeGroup);
@@ -87,6 +93,39 @@ TEST(PolkitAuthority, AnswersAsThePolicySays)
         ASSERT_TRUE(quiet.ran);
         EXPECT_EQ(quiet.fields.value(0).toInt(), c.quiet) << authority.output().data();
     }
+}
+
+TEST(PolkitAuthority, DaemonsRefuseCallersOutsideTheSessionByTheShippedDefaults)
+{
+    if (::geteuid() != 0 || !QFile::exists(kPolkitd))
+        GTEST_SKIP() << "needs root (for a private mount namespace) and polkitd";
+    QTemporaryDir actions;
+    QTemporaryDir shared;
+    ASSERT_TRUE(writeAction(actions.path(), QString()));
+    ASSERT_TRUE(QFile(shared.filePath(QStringLiteral("failsafe.rc"))).open(QIODevice::WriteOnly));
+    PrivateSystemBus bus({sourceFile(QStringLiteral("tests/authorization/polkit-test-bus.conf"))});
+    ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
+    ASSERT_TRUE(bus.allowOtherUsers());
+    auto polkit = startPolkit(bus, actions.path());
+    if (!polkit)
+        GTEST_SKIP() << "polkitd cannot run on a private bus here";
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QUIVEN_SHARED_DIR"), shared.path() + u'/');
+    StandInProcess authority(builtBinary(QStringLiteral("services/authority/quiven-authd")), {}, environment);
+    StandInProcess filterd(builtBinary(QStringLiteral("services/filterd/quiven-filterd")), {}, environment);
+    ASSERT_TRUE(authority.start(bus, QStringLiteral("com.norvalis.nrauthd"))) << authority.output().data();
+    ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
+
+    // setpriv gives a process of no login session: allow_any is no for both actions.
+    const QString probe = builtBinary(QStringLiteral("tests/services/quiven-daemon-call-probe"));
+    for (const QStringList &call : {QStringList{QStringLiteral("delete-failsafe")},
+                                    QStringList{QStringLiteral("enable"), QStringLiteral("false")}}) {
+        const ProbeOutput answer = runProgram(bus, probe, call, true);
+        ASSERT_TRUE(answer.ran);
+        EXPECT_EQ(answer.fields, QStringList{QStringLiteral("com.norvalis.Error.NotAuthorized")})
+            << call.join(u' ').toStdString() << authority.output().data();
+    }
+    EXPECT_TRUE(QFile::exists(shared.filePath(QStringLiteral("failsafe.rc"))));
 }
 
 } // namespace

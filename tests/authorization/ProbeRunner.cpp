@@ -8,7 +8,13 @@ namespace quiven::test {
 
 ProbeOutput runProbe(const PrivateSystemBus &bus, const QStringList &arguments, bool unprivileged)
 {
-    const QString probe = builtBinary(QStringLiteral("tests/authorization/quiven-auth-probe"));
+    return runProgram(bus, builtBinary(QStringLiteral("tests/authorization/quiven-auth-probe")), arguments,
+                      unprivileged);
+}
+
+ProbeOutput runProgram(const PrivateSystemBus &bus, const QString &probe, const QStringList &arguments,
+                       bool unprivileged)
+{
     QProcess process;
     process.setProcessEnvironment(bus.environment());
     if (unprivileged)

@@ -4,6 +4,7 @@
 #include "PolkitAuthorizationBackend.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -80,26 +81,20 @@ TEST(TokenStore, NoTokenWithoutRandomness)
     EXPECT_EQ(store.size(), 0u);
 }
 
-TEST(DevAuthorizationBackend, RefusesTheMachinesSystemBus)
+TEST(DevAuthorizationBackend, GrantsTheSessionActionOnlyInsideTheSession)
 {
-    struct Case
-    {
-        const char *address;
-        bool real;
+    DevAuthorizationBackend backend(errAuthorizationDenied);
+    const auto answer = [&](uint uid, const char *action) {
+        OSStatus status = errAuthorizationInternal;
+        backend.check({QStringLiteral(":1.5"), uid}, QString::fromLatin1(action), QString(), false,
+                      [&](OSStatus s) { status = s; });
+        return status;
     };
-    const Case cases[] = {
-        {"", true},
-        {"  ", true},
-        {"unix:path=/run/dbus/system_bus_socket", true},
-        {"unix:path=/var/run/dbus/system_bus_socket", true},
-        {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
-        {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
-        {"unix:path=/tmp/dbus-abc,guid=0123", false},
-        {"unix:abstract=/tmp/dbus-xyz", false},
-    };
-    for (const Case &c : cases)
-        EXPECT_EQ(DevAuthorizationBackend::isRealSystemBus(QString::fromLatin1(c.address)), c.real)
-            << c.address;
+    EXPECT_EQ(answer(0, kLocalSessionAction), errAuthorizationSuccess);
+    EXPECT_EQ(answer(::getuid(), kLocalSessionAction), errAuthorizationSuccess);
+    EXPECT_EQ(answer(65534, kLocalSessionAction), errAuthorizationDenied);
+    // The administrator action answers as the prompt would, for everyone.
+    EXPECT_EQ(answer(0, kAdministratorAction), errAuthorizationDenied);
 }
 
 TEST(PolkitAuthorizationBackend, MapsAnswersToStatuses)

@@ -1,6 +1,7 @@
 #include "RuleFields.h"
 
 #include "PolicyRule.h"
+#include "RuleFieldCheck.h"
 #include "RuleManager.h"
 #include "WatchRule.h"
 
@@ -19,6 +20,18 @@ const QString kTag = QStringLiteral("tag");
 const QString kConstraint = QStringLiteral("constraint");
 
 const QString kOperationLetters = QStringLiteral("rwcmx");
+
+// The process field joins --process and --parent; name the option that holds the bad text.
+QString unwritableOptionName(RuleField field, const QString &parent)
+{
+    if (field == RuleField::Process && !parent.isEmpty()) {
+        PolicyRule parentOnly;
+        parentOnly.processName = parent;
+        if (unwritableRuleField(parentOnly))
+            return kParent;
+    }
+    return ruleFieldName(field);
+}
 
 } // namespace
 
@@ -94,6 +107,11 @@ RuleBasePtr ruleFromFieldOptions(const QCommandLineParser &parser, QString *erro
         rule->constraint = parser.value(kConstraint);
     rule->created = QDateTime::currentSecsSinceEpoch();
 
+    if (const std::optional<RuleField> field = unwritableRuleField(*rule)) {
+        *error = QStringLiteral("invalid rule: the %1 holds a line break or a double quote")
+                     .arg(unwritableOptionName(*field, parent));
+        return nullptr;
+    }
     RuleManager validator;
     if (!validator.validateRule(*rule)) {
         *error = QStringLiteral("invalid rule: the constraint '%1' is not accepted").arg(rule->constraint);

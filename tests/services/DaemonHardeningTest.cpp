@@ -1,0 +1,252 @@
+#include "BuildPaths.h"
+#include "DBusTypes.h"
+#include "DaemonStack.h"
+#include "NVCAuthorization.h"
+#include "NVCPolicyQuery.h"
+#include "NVCUserPolicyResponse.h"
+#include "PolicyRule.h"
+#include "RuleCoding.h"
+
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QFile>
+#include <QProcess>
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString kFilter = QStringLiteral("com.norvalis.nrquivend");
+const QString kSettings = QStringLiteral("com.norvalis.nrsettingsd");
+const QString kNotAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
+const QString kInvalid = QStringLiteral("com.norvalis.Error.InvalidArgument");
+const QString kUnknownMethod = QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod");
+const QByteArray kSavedRules = "allow path \"/home/ann/kept\" \"any\" r \"\" \"\" \"0\"\n";
+
+QDBusMessage methodCall(const QString &service, const char *interface, const char *member,
+                        const QVariantList &arguments = {})
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        service, QStringLiteral("/com/norvalis/") + service.section(u'.', 2),
+        QStringLiteral("com.norvalis.") + QLatin1String(interface), QString::fromLatin1(member));
+    call.setArguments(arguments);
+    return call;
+}
+
+QDBusMessage saveCall(const QList<QVariantMap> &policyRules, const QByteArray &token)
+{
+    return methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
+                      {QVariant::fromValue(QList<QVariantMap>()), QVariant::fromValue(policyRules), token});
+}
+
+QVariantMap ruleArchive(const QString &path, const QString &tag = QString())
+{
+    auto rule = std::make_shared<PolicyRule>();
+    rule->path = path;
+    rule->processName = QStringLiteral("any");
+    rule->operations = 1;
+    rule->tag = tag;
+    return quiven::dbus::archivePolicyRules({rule}).constFirst();
+}
+
+QVariantMap holderOf(const QVariant &reference)
+{
+    return {{QStringLiteral("AuthorizationRefHolder"),
+             QVariantMap{{QStringLiteral("AuthorizationRef"), reference}}}};
+}
+
+class DaemonHardening : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        quiven::dbus::registerTypes();
+        daemons.writeSharedFile(QStringLiteral("local.quiven.rc"), kSavedRules);
+        daemons.writeSharedFile(QStringLiteral("failsafe.rc"), kSavedRules);
+        ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
+        ASSERT_TRUE(daemons.bus().allowOtherUsers());
+        connection = daemons.bus().connect(QStringLiteral("client"));
+    }
+
+    QByteArray token()
+    {
+        AuthorizationRef reference;
+        EXPECT_EQ(NVCAuthorization(connection).create(&reference, QStringLiteral("Tests save rules")),
+                  errAuthorizationSuccess);
+        return reference ? reference->token() : QByteArray();
+    }
+
+    QString errorOf(const QDBusMessage &call)
+    {
+        const QDBusMessage reply = connection.call(call, QDBus::Block, 20000);
+        return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : QStringLiteral("ok");
+    }
+
+    // The probe's answer, run as the unprivileged user 65534.
+    QString asStranger(const QStringList &arguments)
+    {
+        QProcess probe;
+        probe.setProcessEnvironment(daemons.environment());
+        probe.start(QStringLiteral("setpriv"),
+                    QStringList{QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                                QStringLiteral("--clear-groups"),
+                                quiven::test::builtBinary(
+                                    QStringLiteral("tests/services/quiven-daemon-call-probe"))} +
+                        arguments);
+        probe.waitForFinished(30000);
+        return QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
+    }
+
+    // A round trip to each daemon that also tells nothing changed.
+    void expectBothServingUnchanged()
+    {
+        const QDBusMessage status = connection.call(
+            methodCall(kFilter, "NVCQUIVENDaemonProtocol", "getQUIVENFilterStatusWithCallback"));
+        EXPECT_EQ(status.arguments().value(0).toLongLong(), 1);
+        const QDBusMessage reply =
+            connection.call(methodCall(kSettings, "nrsettingsdProtocol", "getSystemSettingsWithReply"));
+        const auto settings = qdbus_cast<QVariantMap>(reply.arguments().value(0));
+        EXPECT_EQ(settings.value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
+        EXPECT_FALSE(settings.value(QStringLiteral("quiven-learning-mode")).toBool());
+        EXPECT_EQ(daemons.userFile(), kSavedRules);
+    }
+
+    DaemonStack daemons;
+    QDBusConnection connection{QString()};
+};
+
+TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
+{
+    // Outside the active session: no reload, agent or suggestion log.
+    for (const char *call : {"reload", "register", "delete-failsafe"})
+        EXPECT_EQ(asStranger({QString::fromLatin1(call)}), kNotAuthorized) << call;
+    EXPECT_TRUE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
+    EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "deleteFailsafeLog")),
+              QStringLiteral("ok"));
+    EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
+
+    // Switching the filter needs the administrator: here the prompt refuses everyone.
+    daemons.authority().terminate();
+    ASSERT_TRUE(daemons.startAuthority(QStringLiteral("deny")));
+    EXPECT_EQ(asStranger({QStringLiteral("enable"), QStringLiteral("false")}), kNotAuthorized);
+    EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "setQUIVENEnabled", {false, false})),
+              kNotAuthorized);
+    expectBothServingUnchanged();
+}
+
+TEST_F(DaemonHardening, AnotherUsersAuthorizationChangesNothing)
+{
+    const QString rootsToken = QString::fromLatin1(token().toHex());
+    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("save")}), kNotAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
+    expectBothServingUnchanged();
+}
+
+TEST_F(DaemonHardening, MalformedCallsGetTypedErrorsAndChangeNothing)
+{
+    const QByteArray granted = token();
+    QVariantMap mistyped = ruleArchive(QStringLiteral("/a"));
+    mistyped.insert(QStringLiteral("policyClass"), QStringLiteral("allow"));
+    const QVariantMap badDecision{{QStringLiteral("decision"), QStringLiteral("allow")}};
+    const QString injected = QStringLiteral("/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0");
+    struct Case
+    {
+        const char *what;
+        QDBusMessage call;
+        QString error;
+    };
+    const Case cases[] = {
+        {"wrong types",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
+                    {QStringLiteral("x"), 7, granted}),
+         kUnknownMethod},
+        {"too few arguments",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules", {granted}), kUnknownMethod},
+        {"endpoint not a struct",
+         methodCall(kFilter, "NVCServiceClientSubscriptionProtocol", "subscribeToChangesWithProtocol",
+                    {QStringLiteral("NVCQUIVENPolicyChangedProtocol"), QStringLiteral("/x")}),
+         kUnknownMethod},
+        {"mistyped override",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",
+                    {badDecision, QVariantMap(), QByteArray()}),
+         kInvalid},
+        {"no authorization", saveCall({ruleArchive(QStringLiteral("/a"))}, QByteArray()), kNotAuthorized},
+        {"too many records, unauthorized", saveCall(QList<QVariantMap>(100001), QByteArray()), kInvalid},
+        {"mistyped key", saveCall({mistyped}, granted), kInvalid},
+        {"oversized path", saveCall({ruleArchive(QString(5000, u'a'))}, granted), kInvalid},
+        {"a rule smuggled in through a path", saveCall({ruleArchive(injected)}, granted), kInvalid},
+        {"ruleset out of range",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
+                    {holderOf(granted), 3ull}),
+         kInvalid},
+        {"negative ruleset",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
+                    {holderOf(granted), ~0ull}),
+         kInvalid},
+        {"mistyped holder",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENLearningModeWithAuthorization",
+                    {holderOf(5), true}),
+         kInvalid},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(errorOf(c.call), c.error) << c.what;
+    expectBothServingUnchanged();
+
+    // A quote in a tag is dropped on writing, so the rule is taken.
+    EXPECT_EQ(
+        errorOf(saveCall({ruleArchive(QStringLiteral("/home/ann/t"), QStringLiteral("a \"b\" c"))}, granted)),
+        QStringLiteral("ok"));
+    EXPECT_TRUE(daemons.userFile().contains("\"a b c\""));
+}
+
+TEST_F(DaemonHardening, SaveRefusesToWriteThroughASymbolicLink)
+{
+    const QString victim = daemons.systemFolder() + "victim.rc";
+    daemons.writeSystemFile(QStringLiteral("victim.rc"), "victim\n");
+    const QString userFile = daemons.sharedFolder() + "local.quiven.rc";
+    ASSERT_TRUE(QFile::remove(userFile) && QFile::link(victim, userFile));
+
+    const QDBusMessage reply =
+        connection.call(saveCall({ruleArchive(QStringLiteral("/home/ann/new"))}, token()));
+    EXPECT_EQ(reply.errorName(), QStringLiteral("com.norvalis.Error.Failed"));
+    EXPECT_TRUE(reply.errorMessage().contains(QStringLiteral("symbolic link")));
+    EXPECT_TRUE(daemons.filterd().waitForOutput("symbolic link"));
+    QFile target(victim);
+    ASSERT_TRUE(target.open(QIODevice::ReadOnly));
+    EXPECT_EQ(target.readAll(), "victim\n");
+    EXPECT_TRUE(QFileInfo(userFile).isSymLink());
+}
+
+TEST_F(DaemonHardening, SubscriptionsPerConnectionAreCapped)
+{
+    const auto subscribe = [&](const char *protocol, int index) {
+        const NVCListenerEndpoint endpoint{connection.baseService(),
+                                           QDBusObjectPath(QStringLiteral("/s/%1").arg(index))};
+        return connection
+            .call(methodCall(kFilter, "NVCServiceClientSubscriptionProtocol",
+                             "subscribeToChangesWithProtocol",
+                             {QString::fromLatin1(protocol), QVariant::fromValue(endpoint)}))
+            .arguments()
+            .value(0)
+            .toBool();
+    };
+    for (int index = 0; index < 32; ++index)
+        ASSERT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", index)) << index;
+    EXPECT_FALSE(subscribe("NVCQUIVENPolicyChangedProtocol", 32));
+    EXPECT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", 0)); // again: nothing new to hold
+    EXPECT_TRUE(subscribe("NVCQUIVENClientTerminationProtocol", 0));
+}
+
+TEST_F(DaemonHardening, CallerTextCannotForgeLogLines)
+{
+    NVCUserPolicyResponse response;
+    response.path = QStringLiteral("/tmp/x\n00:00:00.000 info com.norvalis.FilterDaemon: filter disabled");
+    EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",
+                                 {response.archive(), NVCPolicyQuery().archive(), QByteArray()})),
+              QStringLiteral("ok"));
+    ASSERT_TRUE(daemons.filterd().waitForOutput("override rules are not kept"));
+    EXPECT_TRUE(daemons.filterd().output().contains("/tmp/x\\n00:00"));
+    EXPECT_FALSE(daemons.filterd().output().contains("\n00:00:00.000 info"));
+}
+
+} // namespace
