@@ -146,7 +146,6 @@ $(cat "$WORK/customization.log")"
 }
 
 check_deb() {
-    stage_install
     expected_files >"$WORK/expected"
     cpack --config "$BUILD/CPackConfig.cmake" -G DEB -B "$WORK/deb" >"$WORK/cpack.log" 2>&1 ||
         fail "cpack: $(cat "$WORK/cpack.log")"
