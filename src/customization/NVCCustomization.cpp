@@ -1,5 +1,6 @@
 #include "NVCCustomization.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -10,6 +11,14 @@ Q_LOGGING_CATEGORY(lcCustomization, "com.norvalis.NVCCustomization")
 
 QString NVCCustomization::defaultCustomizationsPath()
 {
+    // An installed program finds the folder beside its own, whatever the prefix;
+    // one run from the build tree has none there and uses the system's.
+    if (QCoreApplication::instance()) {
+        const QDir installed(QCoreApplication::applicationDirPath() +
+                             QStringLiteral("/" QUIVEN_DATA_DIR_FROM_BINARIES "/gui"));
+        if (installed.exists())
+            return installed.canonicalPath() + u'/';
+    }
     return QStringLiteral("/usr/share/quiven/gui/");
 }
 

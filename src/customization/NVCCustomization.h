@@ -9,8 +9,9 @@
 class NVCCustomization
 {
 public:
-    static QString defaultCustomizationsPath(); // "/usr/share/quiven/gui/"
-    static QString customizationFileName();     // "customization.json"
+    // "share/quiven/gui/" of the installation the program runs from, else "/usr/share/quiven/gui/".
+    static QString defaultCustomizationsPath();
+    static QString customizationFileName(); // "customization.json"
 
     NVCCustomization();
     explicit NVCCustomization(const QString &customizationsPath);

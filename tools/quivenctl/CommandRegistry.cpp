@@ -39,4 +39,12 @@ QStringList commandUsages()
     return usages;
 }
 
+QList<CommandSummary> commandSummaries()
+{
+    QList<CommandSummary> summaries;
+    for (auto it = registry().constBegin(); it != registry().constEnd(); ++it)
+        summaries << CommandSummary{it.key(), it->usage};
+    return summaries;
+}
+
 } // namespace quivenctl

@@ -17,7 +17,14 @@ struct CommandRegistration
     CommandRegistration(const QString &word, const QString &usage, CommandHandler handler);
 };
 
+struct CommandSummary
+{
+    QString word;
+    QString usage;
+};
+
 const CommandHandler *findCommand(const QString &word);
 QStringList commandUsages();
+QList<CommandSummary> commandSummaries();
 
 } // namespace quivenctl
