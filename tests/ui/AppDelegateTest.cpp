@@ -68,7 +68,7 @@ TEST_F(ApplicationFixture, QuitsAtOnceWhenCleanAndOnlyAfterASuccessfulReloadWhen
 
 TEST_F(ApplicationFixture, LockFollowsTheAuthorityAndLockingAgainAppliesTheRules)
 {
-    for (const QString answer : {QStringLiteral("deny"), QStringLiteral("cancel"), QStringLiteral("grant")}) {
+    for (const QString &answer : {QStringLiteral("deny"), QStringLiteral("cancel"), QStringLiteral("grant")}) {
         SCOPED_TRACE(answer.toStdString());
         daemons = std::make_unique<DaemonStack>();
         ASSERT_TRUE(startDaemons(answer));

@@ -4,6 +4,7 @@
 #include <QFileDialog>
 #include <QItemSelectionModel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTableView>
 #include <QTemporaryDir>
 
@@ -136,7 +137,7 @@ TEST_F(RulesTableController, FilterSortHideAndExportTheSelection)
     QTemporaryDir folder;
     const QString target = folder.filePath(QStringLiteral("chosen.quiven"));
     panel->selectFile(target);
-    panel->accept();
+    QMetaObject::invokeMethod(panel, "accept");
     QFile exported(target);
     ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = exported.readAll().trimmed().split('\n');
