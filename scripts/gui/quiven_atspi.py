@@ -38,7 +38,7 @@ def find(root, role, name=None, contains=None):
         if contains is not None and contains not in node.name:
             return False
         return node.getState().contains(pyatspi.STATE_SHOWING)
-    return pyatspi.findDescendant(root, matches, breadthFirst=True)
+    return pyatspi.findDescendant(root, matches, breadth_first=True)
 
 
 class Application:
