@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QLoggingCategory>
 #include <QTableView>
 #include <benchmark/benchmark.h>
 

@@ -2,6 +2,7 @@
 
 #include "AuthorizationStatus.h"
 #include "ImportWindowDelegate.h"
+#include "NVCAuthorizationDelegate.h"
 #include "NVCCodeSignInfoProvider.h"
 #include "NVCRuleBase.h"
 
@@ -15,7 +16,6 @@
 class EditPolicyWindowController;
 class EditWatchWindowController;
 class ImportWindowController;
-class NVCAuthorizationDelegate;
 class NVCCustomization;
 class NVCCustomizedStrings;
 class NVCRuleManager;
