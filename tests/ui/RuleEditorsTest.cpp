@@ -1,11 +1,14 @@
 #include "ApplicationFixture.h"
 #include "EditPolicyWindowController.h"
+#include "DGPreferencesWindow.h"
 #include "EditWatchWindowController.h"
+#include "ImportWindowController.h"
 #include "NVCEditPolicyUI.h"
 #include "RulesTableModel.h"
 #include "ui_EditPolicyWindowController.h"
 #include "ui_EditWatchWindowController.h"
 
+#include <QComboBox>
 #include <QMenu>
 #include <QTableView>
 #include <QTest>
@@ -277,4 +280,37 @@ TEST_F(LockedRuleEditors, ASaveTheAuthorityRefusesChangesNothing)
     EXPECT_EQ(manager->totalRules(false), rules);
     EXPECT_EQ(daemons->userFile(), before);
     EXPECT_FALSE(RulesDirtyFlag::isSet());
+}
+
+TEST_F(RuleEditors, EveryControlHasANameAndTheKeyboardReachesIt)
+{
+    ASSERT_TRUE(unlock());
+    window->newPolicyRule();
+    window->newWatchRule();
+    const QString suggestions = daemons->sharedFolder() + QStringLiteral("suggested.quiven");
+    QFile file(suggestions);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(R"(allow prefix "/tmp/" "/usr/bin/env" r "" "" "0")");
+    file.close();
+    window->handleFileImport(suggestions);
+    delegate->showPreferences();
+
+    QList<QWidget *> windows;
+    windows << window->editPolicyWindowController() << window->editWatchWindowController()
+            << window->importWindowController() << delegate->preferencesWindow();
+    for (QWidget *shown : windows) {
+        ASSERT_TRUE(shown);
+        for (QWidget *control : shown->findChildren<QWidget *>()) {
+            if (!qobject_cast<QAbstractButton *>(control) && !qobject_cast<QComboBox *>(control) &&
+                !qobject_cast<QLineEdit *>(control) && !qobject_cast<QAbstractItemView *>(control))
+                continue;
+            // Parts of other controls (a table's headers) have no name of their own.
+            if (control->window() != shown || control->objectName().isEmpty())
+                continue;
+            const QString name = control->accessibleName().isEmpty() ? control->property("text").toString()
+                                                                     : control->accessibleName();
+            EXPECT_FALSE(name.isEmpty()) << control->objectName().toStdString();
+            EXPECT_TRUE(control->focusPolicy() & Qt::TabFocus) << control->objectName().toStdString();
+        }
+    }
 }
