@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 
+#include "DGPreferencesWindow.h"
 #include "NVCAuthorization.h"
 #include "NVCCustomization.h"
 #include "NVCCustomizedStrings.h"
@@ -80,12 +81,13 @@ void AppDelegate::setupUI()
             &AppDelegate::observeSystemSettings);
     observeSystemSettings(m_settingsPrivilegedClient->systemSettings());
     m_settingsPrivilegedClient->startListeners();
-    window->preferencesMenuItem()->setVisible(false);
+    connect(window->preferencesMenuItem(), &QAction::triggered, this, &AppDelegate::showPreferences);
 
     for (const QString &argument : std::as_const(m_arguments)) {
         if (argument == QLatin1String("-settings") || argument == QLatin1String("--settings")) {
             m_showPreferences = true;
             window->hide();
+            showPreferences();
         }
     }
     if (!m_showPreferences)

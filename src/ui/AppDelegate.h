@@ -25,6 +25,8 @@ class RulesEditorTableController;
 // the main window, the first load behind the wait overlay, the lock button
 // (the authorization the windows use), the system-ruleset selector, learning
 // mode, the rule reload that applies saved rules, and whether it may quit.
+class DGPreferencesWindow;
+
 class AppDelegate : public NVCAuthorizationDelegate
 {
     Q_OBJECT
@@ -58,6 +60,15 @@ public:
 
     // "SHA1" (40 characters), "SHA256" (64) or "Team ID".
     static QString labelForConstraint(const QString &constraint);
+
+    // Opens a new preferences window in place of any earlier one.
+    void showPreferences();
+    DGPreferencesWindow *preferencesWindow() const { return m_preferencesWindow.get(); }
+    // A member of the first existing group of "admin", "sudo" and "wheel".
+    static bool isAdminUser();
+    // Asks the authority to confirm the user is an administrator, with the
+    // product's prompt; `done` runs on `context`'s thread with the answer.
+    void performAuthentication(QObject *context, const std::function<void(bool authenticated)> &done);
 
     RulesEditorTableController *rulesEditorTableController() const
     {
@@ -113,6 +124,7 @@ private:
     std::unique_ptr<NVCCustomizedStrings> m_customizedStrings;
     std::unique_ptr<NVCSettingsPrivilegedClient> m_settingsPrivilegedClient;
     std::unique_ptr<RulesEditorTableController> m_rulesEditorTableController;
+    std::unique_ptr<DGPreferencesWindow> m_preferencesWindow;
     NVCWaitViewController *m_waitViewController = nullptr;
     bool m_waitViewVisible = false;
     AuthorizationRef m_authReference;

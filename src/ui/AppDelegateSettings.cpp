@@ -40,6 +40,10 @@ void AppDelegate::observeSystemSettings(const QVariantMap &settings)
     m_rulesEditorTableController->menuItemLearningMode()->setChecked(learning);
     const bool exists = QFileInfo::exists(ProductFolders::failsafeFile());
     qCDebug(lcAppDelegate, "considering failsafe.rc import. exists? %d learning mode? %d", exists, learning);
+    if (exists && !learning)
+        QMetaObject::invokeMethod(
+            this, [this] { m_rulesEditorTableController->handleFileImport(ProductFolders::failsafeFile()); },
+            Qt::QueuedConnection);
     QMetaObject::invokeMethod(
         this, [this] { isAuthorized(); }, Qt::QueuedConnection);
 }

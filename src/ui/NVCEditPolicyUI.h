@@ -5,7 +5,12 @@
 #include "WatchRule.h"
 
 #include <QCoreApplication>
+#include <functional>
 
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QWidget;
 class RuleManager;
 
 // Helpers the rules table and both rule editors share: the texts, colours and
@@ -33,6 +38,29 @@ public:
     // cannot be read. Kept per file while its size and time stay the same.
     static QString sha1(const QString &path);
     static QString sha256(const QString &path);
+
+    // ---- what both rule editors share ----
+    // The program of a process text: "any" for "any ...", else the part before
+    // " via " (or before a final " via any"), else the whole text.
+    static QString getProcess(const QString &text);
+    // The parent of a process text: "any" for "... via any", else the part
+    // after " via " or after " ancestor ", else the empty text.
+    static QString getParent(const QString &text);
+    // Ticked: the field shows `anyString` and is disabled. Unticked: it shows
+    // the fallback ("any" shows empty) and is enabled. Then `finalizer`.
+    static void updateTextField(QLineEdit *field, bool buttonState, const QString &anyString,
+                                const QString &fallback, const std::function<void()> &finalizer);
+    // The 96x96 icon of the typed program, of "any application", or none.
+    static void setApplicationIconToView(QLabel *view, const QString &currentProcessName,
+                                         const QString &filledInProcess, bool anyCheckboxState);
+    static void setBorderOf(QLineEdit *field, bool isValid);
+    // "." first: suffix; an existing folder: prefix; anything else: path.
+    static void autoSetPolicyTypeWithPath(const QString &path, QComboBox *popup);
+    static bool isExecutableAtPath(const QString &path);
+    static QString windowTitleWithIsNewPolicy(bool isNewPolicy, bool isWatchRule);
+    // The "Invalid input" question over `parent`; `answer` gets true for "Proceed anyway".
+    static void showInvalidInputWarning(QWidget *parent, const std::function<void(bool proceed)> &answer);
+    static QColor invalidBorderColor();
 
     // The colours the table and editors mark texts with.
     static QColor systemRed();

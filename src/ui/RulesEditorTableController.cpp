@@ -50,6 +50,7 @@ RulesEditorTableController::RulesEditorTableController(NVCRuleManager *ruleManag
     ui->setupUi(this);
     setupToolbarWidgets();
     setupContextMenu();
+    setupEditorActions();
     setupAccessTest();
     awakeFromNib();
 }
@@ -293,8 +294,12 @@ void RulesEditorTableController::validateToolbarItems()
             break;
         }
     }
+    ui->importToolbarItem->setEnabled(authorized);
     ui->exportToolbarItem->setEnabled(authorized);
+    ui->addNewPolicyRuleToolbarItem->setEnabled(authorized);
+    ui->addNewWatchRuleToolbarItem->setEnabled(authorized);
     ui->hideSystemToolbarItem->setEnabled(authorized);
+    ui->editRuleToolbarItem->setEnabled(authorized && userRuleSelected);
     ui->deleteRuleToolbarItem->setEnabled(authorized && userRuleSelected);
 }
 
@@ -305,6 +310,7 @@ void RulesEditorTableController::validateMenuItems()
     ui->deleteEditMenuItem->setEnabled(anySelected);
     const RuleBasePtr rule = clickedRule();
     m_deleteRuleMenuItem->setEnabled(!rule || !rule->system);
+    m_editRuleMenuItem->setEnabled(!rule || !rule->system);
 }
 
 void RulesEditorTableController::openContextMenuForRow(int row, const QPoint &globalPosition)
@@ -320,12 +326,7 @@ void RulesEditorTableController::openContextMenuForRow(int row, const QPoint &gl
 
 void RulesEditorTableController::displayNotice(const QString &title, const QString &message)
 {
-    auto *notice = new QMessageBox(QMessageBox::Warning, m_customizedStrings->quivenName(), title,
-                                   QMessageBox::Ok, this);
-    notice->setInformativeText(message);
-    notice->setAttribute(Qt::WA_DeleteOnClose);
-    notice->setWindowModality(Qt::WindowModal);
-    notice->open();
+    displayNotice(title, message, this);
 }
 
 void RulesEditorTableController::performWithAuthorization(const QString &activity, const Perform &perform,
@@ -538,6 +539,16 @@ bool RulesEditorTableController::eventFilter(QObject *watched, QEvent *event)
         const auto *key = static_cast<QKeyEvent *>(event);
         if (key->key() == Qt::Key_Delete || key->key() == Qt::Key_Backspace) {
             deleteRows();
+            return true;
+        }
+        // Return opens policy rules only; watch rules open by double-click.
+        if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) {
+            const QList<int> rows = selectedRows();
+            if (rows.size() == 1) {
+                if (const auto policy =
+                        std::dynamic_pointer_cast<PolicyRule>(m_model->ruleAtRow(rows.first())))
+                    editPolicy(policy);
+            }
             return true;
         }
     }

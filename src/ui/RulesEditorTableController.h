@@ -2,7 +2,9 @@
 
 #include "AuthorizationStatus.h"
 #include "FileAccess.h"
+#include "ImportWindowDelegate.h"
 #include "NVCAuthorizationDelegate.h"
+#include "NVCCodeSignInfoProvider.h"
 #include "NVCRuleBase.h"
 
 #include <QMainWindow>
@@ -12,6 +14,9 @@
 #include <memory>
 #include <optional>
 
+class EditPolicyWindowController;
+class EditWatchWindowController;
+class ImportWindowController;
 class NVCCustomization;
 class NVCCustomizedStrings;
 class NVCRuleManager;
@@ -32,7 +37,7 @@ class RulesEditorTableController;
 // The main window: every rule in one table grouped by application, the
 // toolbar, the search field and the context menu, and the saves through the
 // filter daemon that deleting, tagging and importing make.
-class RulesEditorTableController : public QMainWindow
+class RulesEditorTableController : public QMainWindow, public ImportWindowDelegate
 {
     Q_OBJECT
 public:
@@ -95,10 +100,45 @@ public:
 
     // Shows a notice over the window; it goes away with its OK button.
     void displayNotice(const QString &title, const QString &message);
+    // The same over another window, such as the import window.
+    void displayNotice(const QString &title, const QString &message, QWidget *over);
+
+    // ---- the rule editors ----
+    QAction *importToolbarItem() const;
+    QAction *addNewPolicyRuleToolbarItem() const;
+    QAction *addNewWatchRuleToolbarItem() const;
+    QAction *editRuleToolbarItem() const;
+    QAction *newRuleMenuItem() const { return m_newRuleMenuItem; }
+    QAction *editRuleMenuItem() const { return m_editRuleMenuItem; }
+    EditPolicyWindowController *editPolicyWindowController() const;
+    EditWatchWindowController *editWatchWindowController() const;
+
+    void newPolicyRule();
+    void newWatchRule();
+    // Context menu: a new rule for the clicked rule's application.
+    void createNewPolicy();
+    // Context menu: the clicked row, else the selected one.
+    void editRule();
+    void doubleClickAction();
+    void editPolicy(const PolicyRulePtr &rule, bool isNewPolicy = false);
+    void editWatch(const WatchRulePtr &rule, bool isNewPolicy = false);
+    void createAndEditPolicyRuleWithProcessName(const QString &processName, const QString &constraint);
+    void createAndEditWatchRuleWithProcessName(const QString &processName);
+
+    // ---- suggestion import ----
+    ImportWindowController *importWindowController() const;
+    QString currentImportTag() const { return m_currentImportTag; }
+    void importRules();
+    void handleFileImport(const QString &path);
+    void showRulesSuggestionDialogForPath(const QString &path) override;
+    void importPolicies(const QList<PolicyRulePtr> &policies, const QList<WatchRulePtr> &watchRules) override;
+    void finishImport() override;
 
 Q_SIGNALS:
     // The user closed the main window: the application decides whether to quit.
     void windowWillClose();
+    // An import ended with this many of the offered rules added.
+    void importFinished(int imported, int total);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -125,6 +165,14 @@ private:
     void updateRule(const RuleBasePtr &rule, const QString &tag);
     void writeUserRules(const QByteArray &authForm, OSStatus status, const Finalizer &finalizer);
     void exportToFile(const std::optional<QList<RuleBasePtr>> &selection);
+    void setupEditorActions();
+    int doImportPolicies(const QList<PolicyRulePtr> &policies, const QList<WatchRulePtr> &watchRules,
+                         const QByteArray &authForm, OSStatus status, const Finalizer &finalizer);
+    bool doImportPolicy(const PolicyRulePtr &rule);
+    bool doImportWatchRule(const WatchRulePtr &rule);
+    QString constraintForApplicationOfRule(const NVCRuleBase &rule) const;
+    void displayImportDoneNoticeWithImportedRules(int imported, int total);
+    void finishImportWith(bool imported);
 
     std::unique_ptr<Ui::RulesEditorTableController> ui;
     std::shared_ptr<const NVCCustomization> m_customization;
@@ -141,6 +189,13 @@ private:
     QPointer<TestAccessDialog> m_testAccessDialog;
     QWidget *m_accessFilterBar = nullptr;
     QLabel *m_accessFilterLabel = nullptr;
+    QAction *m_newRuleMenuItem = nullptr;
+    QAction *m_editRuleMenuItem = nullptr;
+    QPointer<EditPolicyWindowController> m_editPolicyWindowController;
+    QPointer<EditWatchWindowController> m_editWatchWindowController;
+    QPointer<ImportWindowController> m_importWindowController;
+    QString m_currentImportTag;
+    NVCCodeSignInfoProvider m_codeSignInfoProvider;
     int m_clickedRow = -1;
     bool m_showSystemRules = true;
     bool m_initialize = true;

@@ -3,7 +3,8 @@
 the accessibility bus as a user with a screen reader would: wait for the rules
 to load, read them, filter, test which rules apply to an access, unlock, hide
 the system rules, delete a user rule, and find the filter daemon's file
-without it.
+without it; import the suggestions the failsafe file offers, and create a rule
+in the policy editor.
 usage: main_window_e2e.py BUILD_DIR (inside scripts/gui/xvfb-session.sh)"""
 
 import os
@@ -15,7 +16,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 sys.path.insert(0, os.path.join(ROOT, "scripts", "gui"))
 
 import quiven_atspi  # noqa: E402
-from quiven_atspi import table_rows, wait_for  # noqa: E402
+from quiven_atspi import find, table_rows, wait_for  # noqa: E402
 
 PATH_COLUMN = 6
 STATE_COLUMN = 0
@@ -32,6 +33,41 @@ def start_services(build_dir, environment):
 def user_file(environment):
     with open(os.path.join(environment["QUIVEN_SHARED_DIR"], "local.quiven.rc"), encoding="utf-8") as f:
         return f.read()
+
+
+def press_in(window, role, name):
+    node = wait_for(lambda: find(window, role, name), "%s %r" % (role, name))
+    node.queryAction().doAction(0)
+
+
+def dismiss_notice(application, text):
+    """Reads the notice that contains `text` and closes it with its OK button."""
+    notice = application.find("alert", contains=None)
+    wait_for(lambda: find(notice, "label", contains=text), "the notice %r" % text)
+    press_in(notice, "push button", "OK")
+
+
+def import_failsafe_suggestions(application, environment):
+    # Learning mode is off and the failsafe file exists: its suggestions open by themselves.
+    window = application.find("dialog", "Import Rules")
+    dismiss_notice(application, "denied the following file access attempts")
+    suggestions = wait_for(lambda: find(window, "table", "Suggested rules"), "the suggestions")
+    paths = table_rows(suggestions, PATH_COLUMN)
+    assert paths.count("/home/alice/.ssh/") == 1, paths
+    assert not any("id_ed25519" in path for path in paths), paths
+    press_in(window, "push button", "Import")
+    wait_for(lambda: '"/home/alice/.ssh/" "/tmp/.x11-unix-helper"' in user_file(environment),
+             "the two denials to arrive as one rule on their folder")
+    dismiss_notice(application, "imported")
+
+
+def create_rule_in_the_editor(application, environment):
+    application.press("push button", "New Rule")
+    editor = application.find("dialog", "New policy")
+    wait_for(lambda: find(editor, "text", "Path"), "the path field").queryEditableText().setTextContents("/tmp/")
+    find(editor, "text", "Application").queryEditableText().setTextContents("/usr/bin/env")
+    press_in(editor, "push button", "Save")
+    wait_for(lambda: '"/tmp/" "/usr/bin/env" rwc' in user_file(environment), "the new rule in the daemon's file")
 
 
 def run(build_dir, environment):
@@ -76,6 +112,9 @@ def run(build_dir, environment):
         wait_for(lambda: "/mnt/backup/" not in user_file(environment), "the filter daemon to drop the rule")
         wait_for(lambda: "/mnt/backup/" not in table_rows(table, PATH_COLUMN), "the row to go")
         assert "~/Music/" in user_file(environment)
+
+        import_failsafe_suggestions(application, environment)
+        create_rule_in_the_editor(application, environment)
     finally:
         application.stop()
 

@@ -1,0 +1,64 @@
+#include "NVCEditPolicyUI.h"
+#include "Utilities.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+TEST(EditorHelpers, SplitsAProcessTextIntoProgramAndParent)
+{
+    struct Case
+    {
+        QString text, process, parent;
+    };
+    const Case cases[] = {
+        {"/bin/cp via /usr/bin/make", "/bin/cp", "/usr/bin/make"},
+        {"/bin/cp via any", "/bin/cp", "any"},
+        {"any ancestor /usr/bin/make", "any", "/usr/bin/make"},
+        {"any via /usr/bin/make", "any", "/usr/bin/make"},
+        {"/bin/cp", "/bin/cp", ""},
+        {"any", "any", ""},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(NVCEditPolicyUI::getProcess(c.text), c.process) << c.text.toStdString();
+        EXPECT_EQ(NVCEditPolicyUI::getParent(c.text), c.parent) << c.text.toStdString();
+        EXPECT_FALSE(NVCEditPolicyUI::getParent(c.text).isNull()) << "empty, not absent";
+    }
+}
+
+TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
+{
+    QTemporaryDir home;
+    ASSERT_TRUE(QDir(home.path()).mkpath(QStringLiteral("real/inner")));
+    ASSERT_TRUE(QFile::link(home.filePath(QStringLiteral("real")), home.filePath(QStringLiteral("link"))));
+    QFile file(home.filePath(QStringLiteral("real/notes.txt")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+
+    const QByteArray previousHome = qgetenv("HOME");
+    qputenv("HOME", home.path().toUtf8());
+    EXPECT_EQ(Utilities::normalizePath(QStringLiteral("~/link/./inner/..")), QStringLiteral("~/real/"));
+    EXPECT_EQ(Utilities::normalizePath(home.filePath(QStringLiteral("link/notes.txt"))),
+              QStringLiteral("~/real/notes.txt"));
+    EXPECT_EQ(Utilities::normalizePath(QStringLiteral("~/missing/file")), QStringLiteral("~/missing/file"));
+    EXPECT_EQ(Utilities::normalizePath(QStringLiteral("/usr/bin/cp via any")),
+              QStringLiteral("/usr/bin/cp via any"));
+    EXPECT_EQ(Utilities::normalizePath(QStringLiteral("/")), QStringLiteral("/"));
+    const QString empty = Utilities::normalizePath(QStringLiteral(""));
+    EXPECT_TRUE(empty.isEmpty() && !empty.isNull());
+    qputenv("HOME", previousHome);
+}
+
+TEST(EditorHelpers, TypeFollowsTheTypedPath)
+{
+    QComboBox popup;
+    popup.addItems({QStringLiteral("Prefix"), QStringLiteral("Path"), QStringLiteral("Suffix")});
+    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QStringLiteral(".txt"), &popup);
+    EXPECT_EQ(popup.currentIndex(), 2);
+    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QDir::tempPath(), &popup);
+    EXPECT_EQ(popup.currentIndex(), 0);
+    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QStringLiteral("/no/such/file"), &popup);
+    EXPECT_EQ(popup.currentIndex(), 1);
+}

@@ -1,0 +1,143 @@
+#include "ApplicationFixture.h"
+#include "ImportRulesModel.h"
+#include "ImportWindowController.h"
+#include "RulesTableModel.h"
+
+#include <QTableView>
+#include <QTemporaryDir>
+
+namespace {
+
+QStringList column(const ImportRulesModel &model, int column)
+{
+    QStringList texts;
+    for (int row = 0; row < model.rowCount(); ++row)
+        texts.append(model.index(row, column).data().toString());
+    return texts;
+}
+
+} // namespace
+
+class SuggestionImport : public ApplicationFixture
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(startDaemons()) << daemons->failureText().toStdString(); }
+
+    QString failsafe() const { return daemons->sharedFolder() + QStringLiteral("failsafe.rc"); }
+
+    // Opens the import of a suggestion file written with `content`.
+    ImportWindowController *openSuggestions(const QString &name, const QByteArray &content)
+    {
+        const QString path = folder.filePath(name);
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        file.close();
+        window->handleFileImport(path);
+        ImportWindowController *importWindow = window->importWindowController();
+        EXPECT_TRUE(importWindow && importWindow->path() == path);
+        return importWindow;
+    }
+
+    QTemporaryDir folder;
+};
+
+TEST_F(SuggestionImport, TheFailsafeFileOpensAtLaunchWithTheDeniedAccessNotice)
+{
+    ASSERT_TRUE(launch());
+    ASSERT_TRUE(waitUntil([this] { return window->importWindowController(); }));
+    ImportWindowController *importWindow = window->importWindowController();
+    EXPECT_EQ(importWindow->path(), failsafe());
+    const QStringList paths = column(*importWindow->model(), RulesTableModel::PathColumn);
+    EXPECT_EQ(paths.count(QStringLiteral("/home/alice/.ssh/")), 1) << paths.join(u' ').toStdString();
+    EXPECT_FALSE(paths.join(u' ').contains(QStringLiteral("id_ed25519")));
+
+    QMessageBox *notice = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (notice = importWindow->findChild<QMessageBox *>()); }));
+    EXPECT_EQ(notice->text(), QStringLiteral("Unauthorized Access Attempts"));
+    EXPECT_TRUE(window->currentImportTag().isEmpty() && !window->currentImportTag().isNull());
+
+    window->handleFileImport(failsafe());
+    EXPECT_EQ(window->importWindowController(), importWindow) << "the same suggestions are shown once";
+
+    // Closing without importing still lets the daemon delete the suggestions.
+    importWindow->close();
+    EXPECT_TRUE(waitUntil([this] { return !QFile::exists(failsafe()); }, 10000));
+}
+
+TEST_F(SuggestionImport, WithoutTheStrictCompanionTheNoticeIsAboutNewSoftware)
+{
+    QFile::remove(failsafe() + QStringLiteral(".strict"));
+    ASSERT_TRUE(launch());
+    ASSERT_TRUE(waitUntil([this] { return window->importWindowController(); }));
+    QMessageBox *notice = nullptr;
+    ASSERT_TRUE(
+        waitUntil([&] { return (notice = window->importWindowController()->findChild<QMessageBox *>()); }));
+    EXPECT_EQ(notice->text(), QStringLiteral("New Rule Suggestions"));
+}
+
+TEST_F(SuggestionImport, ImportsTheCheckedNewRulesTaggedWithTheFileName)
+{
+    QFile::remove(failsafe());
+    ASSERT_TRUE(launch());
+    ASSERT_TRUE(unlock());
+    ImportWindowController *importWindow =
+        openSuggestions(QStringLiteral("work,from the office.quiven"),
+                        R"(allow prefix "~/Music/" "/usr/bin/rhythmbox" r "" "APPLE_PF_BINARY" "1730200000"
+allow prefix "/tmp/" "/opt/imported/tool" r "" "" "0"
+deny path "/etc/shadow" "/opt/imported/other" r "" "" "0"
+)");
+    ASSERT_TRUE(importWindow);
+    ASSERT_TRUE(waitUntil([&] { return window->currentImportTag() == QLatin1String("work"); }));
+    ImportRulesModel *model = importWindow->model();
+    ASSERT_EQ(model->rowCount(), 3);
+    const int shadowRow =
+        int(column(*model, RulesTableModel::PathColumn).indexOf(QStringLiteral("/etc/shadow")));
+    ASSERT_GE(shadowRow, 0);
+    model->setData(model->index(shadowRow, 0), Qt::Unchecked, Qt::CheckStateRole);
+
+    QSignalSpy finished(window, &RulesEditorTableController::importFinished);
+    importWindow->importAction();
+    ASSERT_TRUE(finished.count() > 0 || finished.wait());
+    EXPECT_EQ(finished.first().at(0).toInt(), 1) << "the rule already present is not imported again";
+    EXPECT_EQ(finished.first().at(1).toInt(), 2) << "the unchecked rule is not offered";
+    EXPECT_TRUE(alert(QStringLiteral("Successfully imported 1 out of 2 rule(s).")));
+    ASSERT_TRUE(waitUntil([this] {
+        return daemons->userFile().contains(R"("/tmp/" "/opt/imported/tool" r "work")");
+    })) << daemons->userFile().toStdString();
+    EXPECT_FALSE(daemons->userFile().contains("/etc/shadow"));
+    EXPECT_TRUE(RulesDirtyFlag::isSet());
+}
+
+TEST_F(SuggestionImport, AnEmptyFileImportsNothingAndRowsOutOfSightCountAsUnchecked)
+{
+    QFile::remove(failsafe());
+    ASSERT_TRUE(launch());
+    ASSERT_TRUE(unlock());
+    QSignalSpy finished(window, &RulesEditorTableController::importFinished);
+    ImportWindowController *importWindow = openSuggestions(QStringLiteral("empty.quiven"), QByteArray());
+    ASSERT_TRUE(importWindow);
+    EXPECT_EQ(importWindow->model()->rowCount(), 0);
+    importWindow->importAction();
+    ASSERT_TRUE(finished.count() > 0 || finished.wait());
+    EXPECT_EQ(finished.last().at(0).toInt(), 0);
+    EXPECT_TRUE(alert(QStringLiteral("No rules have been imported.")));
+
+    QByteArray many;
+    for (int i = 0; i < 200; ++i)
+        many += QStringLiteral(R"(allow path "/tmp/suggested-%1" "/opt/imported/tool" r "" "" "0")")
+                    .arg(i)
+                    .toUtf8() +
+                '\n';
+    importWindow = openSuggestions(QStringLiteral("many.quiven"), many);
+    ASSERT_TRUE(importWindow);
+    ASSERT_TRUE(waitUntil([&] { return importWindow->isVisible(); }));
+    int visibleRows = 0;
+    for (int row = 0; row < importWindow->model()->rowCount(); ++row)
+        visibleRows += importWindow->getRuleStateAtRow(row) ? 1 : 0;
+    EXPECT_GT(visibleRows, 0);
+    EXPECT_LT(visibleRows, 200);
+    const qsizetype importsBefore = finished.count();
+    importWindow->importAction();
+    ASSERT_TRUE(finished.count() > importsBefore || finished.wait());
+    EXPECT_EQ(finished.last().at(0).toInt(), visibleRows);
+}
