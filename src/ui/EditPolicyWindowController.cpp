@@ -230,18 +230,18 @@ void EditPolicyWindowController::saveClicked()
         cancelClicked();
         return;
     }
+    PolicyRule composed = *m_policyRule;
+    composeRule(composed);
+    if (refuseUnwritableFields(composed))
+        return;
     bool pathValid = false, processValid = false, parentValid = false;
     confirmInput(isInputValid(&pathValid, &processValid, &parentValid), [this] {
         addPolicy(QStringLiteral("Adding QUIVEN user policy"), [this] { handleAddPolicy(); });
     });
 }
 
-void EditPolicyWindowController::handleAddPolicy()
+void EditPolicyWindowController::composeRule(PolicyRule &rule) const
 {
-    RulesDirtyFlag::set(true);
-    // Removed while its fields are still the stored ones; a new rule is simply not found.
-    m_ruleManager->deletePolicyRule(m_policyRule);
-
     const QString process = ui->anyApplicationCheckBox->isChecked()
                                 ? kAny
                                 : Utilities::normalizePath(ui->processNameTextField->text());
@@ -256,16 +256,23 @@ void EditPolicyWindowController::handleAddPolicy()
     else
         processName = process;
 
-    m_policyRule->policyClass = quint32(ui->policyClassPopUp->currentIndex());
-    m_policyRule->policyType = quint32(ui->policyTypePopUp->currentIndex());
-    m_policyRule->path =
-        ui->anyPathCheckBox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
-    m_policyRule->processName = processName;
-    m_policyRule->constraint = ui->constraintTextField->text();
-    m_policyRule->operations =
+    rule.policyClass = quint32(ui->policyClassPopUp->currentIndex());
+    rule.policyType = quint32(ui->policyTypePopUp->currentIndex());
+    rule.path = ui->anyPathCheckBox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
+    rule.processName = processName;
+    rule.constraint = ui->constraintTextField->text();
+    rule.operations =
         (ui->opReadButton->isChecked() ? kRead : 0) | (ui->opWriteButton->isChecked() ? kWrite : 0) |
         (ui->opCreateButton->isChecked() ? kCreate : 0) | (ui->opMountButton->isChecked() ? kMount : 0) |
         (ui->opExecButton->isChecked() ? kExec : 0);
+}
+
+void EditPolicyWindowController::handleAddPolicy()
+{
+    RulesDirtyFlag::set(true);
+    // Removed while its fields are still the stored ones; a new rule is simply not found.
+    m_ruleManager->deletePolicyRule(m_policyRule);
+    composeRule(*m_policyRule);
     m_ruleManager->addPolicyRule(m_policyRule);
     close();
 }

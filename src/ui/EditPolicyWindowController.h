@@ -39,6 +39,8 @@ private:
     void browsePathClicked();
     void browseParentClicked();
     void browseApplicationClicked();
+    // The rule as the controls describe it, written into `rule`.
+    void composeRule(PolicyRule &rule) const;
     void handleAddPolicy();
 
     std::unique_ptr<Ui::EditPolicyWindowController> ui;

@@ -189,26 +189,34 @@ void EditWatchWindowController::saveClicked()
         cancelClicked();
         return;
     }
+    WatchRule composed = *m_watchRule;
+    composeRule(composed);
+    if (refuseUnwritableFields(composed))
+        return;
     bool pathValid = false, processValid = false;
     confirmInput(isInputValid(&pathValid, &processValid), [this] {
         addPolicy(QStringLiteral("Adding QUIVEN watch rule"), [this] { handleAddWatchPolicy(); });
     });
 }
 
+void EditWatchWindowController::composeRule(WatchRule &rule) const
+{
+    rule.processName = ui->anyApplicationCheckbox->isChecked()
+                           ? kAny
+                           : Utilities::normalizePath(ui->processNameTextField->text());
+    rule.path = ui->anyPathCheckbox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
+    rule.policyType = quint32(ui->watchTypePopUp->currentIndex());
+    rule.operations =
+        (ui->opReadButton->isChecked() ? kRead : 0) | (ui->opWriteButton->isChecked() ? kWrite : 0) |
+        (ui->opCreateButton->isChecked() ? kCreate : 0) | (ui->opMountButton->isChecked() ? kMount : 0) |
+        (ui->opExecButton->isChecked() ? kExec : 0);
+}
+
 void EditWatchWindowController::handleAddWatchPolicy()
 {
     RulesDirtyFlag::set(true);
     m_ruleManager->deleteWatchRule(m_watchRule);
-    m_watchRule->processName = ui->anyApplicationCheckbox->isChecked()
-                                   ? kAny
-                                   : Utilities::normalizePath(ui->processNameTextField->text());
-    m_watchRule->path =
-        ui->anyPathCheckbox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
-    m_watchRule->policyType = quint32(ui->watchTypePopUp->currentIndex());
-    m_watchRule->operations =
-        (ui->opReadButton->isChecked() ? kRead : 0) | (ui->opWriteButton->isChecked() ? kWrite : 0) |
-        (ui->opCreateButton->isChecked() ? kCreate : 0) | (ui->opMountButton->isChecked() ? kMount : 0) |
-        (ui->opExecButton->isChecked() ? kExec : 0);
+    composeRule(*m_watchRule);
     qCDebug(lcEditWatchWindowController).noquote()
         << "-[EditWatchWindowController handleAddWatchPolicy]: Adding watch rule"
         << m_watchRule->description() << "using manager" << m_ruleManager->description();

@@ -35,6 +35,8 @@ private:
     void setApplicationIcon();
     void browsePathClicked();
     void browseApplicationClicked();
+    // The watch rule as the controls describe it, written into `rule`.
+    void composeRule(WatchRule &rule) const;
     void handleAddWatchPolicy();
 
     std::unique_ptr<Ui::EditWatchWindowController> ui;

@@ -4,9 +4,11 @@
 #include "NVCAuthorizationDelegate.h"
 #include "NVCEditPolicyUI.h"
 #include "NVCRuleManager.h"
+#include "RuleFieldCheck.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
+#include <QMessageBox>
 
 RuleEditorWindow::RuleEditorWindow(NVCRuleManager *ruleManager, NVCAuthorizationDelegate *authProvider,
                                    bool isNewPolicy, QWidget *parent)
@@ -60,6 +62,25 @@ void RuleEditorWindow::confirmInput(bool valid, const std::function<void()> &pro
         if (self && goOn)
             proceed();
     });
+}
+
+bool RuleEditorWindow::refuseUnwritableFields(const NVCRuleBase &composed)
+{
+    const std::optional<RuleField> field = unwritableRuleField(composed);
+    if (!field)
+        return false;
+    const QString names[] = {tr("path"), tr("process"), tr("tag"), tr("constraint")};
+    auto *warning =
+        new QMessageBox(QMessageBox::Warning, tr("Invalid input"),
+                        tr("The %1 cannot be saved: it holds a line break or a double quote, which "
+                           "a rule file cannot keep.")
+                            .arg(names[int(*field)]),
+                        QMessageBox::Ok, this);
+    warning->setObjectName(QStringLiteral("unwritableFieldWarning"));
+    warning->setAttribute(Qt::WA_DeleteOnClose);
+    warning->setWindowModality(Qt::WindowModal);
+    warning->open();
+    return true;
 }
 
 void RuleEditorWindow::addPolicy(const QString &activity, const std::function<void()> &handleAdd)

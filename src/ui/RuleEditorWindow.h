@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <functional>
 
+class NVCRuleBase;
 class NVCRuleManager;
 
 // What the policy and watch rule editors have in common: the store and the
@@ -41,6 +42,9 @@ protected:
     // Asks "Invalid input" first when `valid` is false; `proceed` runs when
     // the input is valid or the user goes on anyway.
     void confirmInput(bool valid, const std::function<void()> &proceed);
+    // True, after telling the user which field, when the rule as composed
+    // holds a text its file line cannot keep (a line break, a double quote).
+    bool refuseUnwritableFields(const NVCRuleBase &composed);
     // Runs `handleAdd` and writes the user's rules with the current
     // authorization or one the user grants now; a refusal changes nothing.
     void addPolicy(const QString &activity, const std::function<void()> &handleAdd);

@@ -122,7 +122,7 @@ check_install() {
             _quivenctl; printf "%s\n" "${COMPREPLY[@]}" | sort | tr "\n" " "' _ "$completion" "$@"
     }
     [ "$(complete_words quivenctl se)" = "settings " ] || fail "completion of 'se': $(complete_words quivenctl se)"
-    [ "$(complete_words quivenctl rules "")" = "add delete export import list " ] ||
+    [ "$(complete_words quivenctl rules "")" = "add delete export import list match " ] ||
         fail "completion of 'rules': $(complete_words quivenctl rules "")"
     [ "$(complete_words quivenctl daemon enable --c)" = "--cleanup " ] ||
         fail "completion of 'daemon enable --c': $(complete_words quivenctl daemon enable --c)"

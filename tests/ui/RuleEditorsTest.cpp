@@ -161,6 +161,24 @@ TEST_F(RuleEditors, InvalidInputIsSavedOnlyWhenTheUserProceeds)
     EXPECT_TRUE(waitUntil([&] { return !open; }));
 }
 
+TEST_F(RuleEditors, AFieldHoldingADoubleQuoteIsNamedAndNothingIsSaved)
+{
+    ASSERT_TRUE(unlock());
+    EditPolicyWindowController *editor = newPolicyEditor(QStringLiteral("/usr/bin/cp"));
+    editor->form()->pathTextField->setText(QStringLiteral("/tmp/\" \"/usr/bin/evil"));
+    const QByteArray before = daemons->userFile();
+    const quint64 rules = manager->totalRules(false);
+    editor->saveClicked();
+    QMessageBox *warning = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        return (warning = editor->findChild<QMessageBox *>(QStringLiteral("unwritableFieldWarning")));
+    }));
+    EXPECT_TRUE(warning->text().contains(QStringLiteral("path")));
+    EXPECT_FALSE(editor->findChild<QMessageBox *>(QStringLiteral("invalidInputWarning")));
+    EXPECT_EQ(manager->totalRules(false), rules);
+    EXPECT_EQ(daemons->userFile(), before);
+}
+
 TEST_F(RuleEditors, ASystemRuleOpensReadOnlyAndIsNeverSaved)
 {
     ASSERT_TRUE(unlock());
