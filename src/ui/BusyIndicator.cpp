@@ -26,11 +26,6 @@ void BusyIndicator::startAnimation()
     m_timer.start();
 }
 
-void BusyIndicator::stopAnimation()
-{
-    m_timer.stop();
-}
-
 void BusyIndicator::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

@@ -11,8 +11,6 @@ public:
     explicit BusyIndicator(QWidget *parent = nullptr);
 
     void startAnimation();
-    void stopAnimation();
-    bool isAnimating() const { return m_timer.isActive(); }
     QSize sizeHint() const override { return {32, 32}; }
 
 protected:

@@ -20,7 +20,6 @@ public:
     // caller lays it over its content with `view()->cover(...)`.
     void configureViewForLocalizedMessage(const QString &message);
     NVCWaitView *view() const { return m_view; }
-    bool repeatedShowAttempt() const { return m_repeatedShowAttempt; }
 
     // May be called from any thread; the callback runs on this object's
     // thread after the fade-out.

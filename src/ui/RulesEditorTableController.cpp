@@ -160,11 +160,6 @@ void RulesEditorTableController::awakeFromNib()
     validateMenuItems();
 }
 
-QString RulesEditorTableController::customizedProductName() const
-{
-    return m_customizedStrings->quivenName();
-}
-
 QTableView *RulesEditorTableController::rulesEditorTableView() const
 {
     return ui->rulesEditorTableView;

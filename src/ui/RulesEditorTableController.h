@@ -58,7 +58,6 @@ public:
     QLineEdit *searchField() const { return m_searchField; }
     bool showSystemRules() const { return m_showSystemRules; }
     bool internalWrite() const { return m_internalWrite; }
-    QString customizedProductName() const;
 
     // What the application controller needs of the window.
     QWidget *rootView() const;
