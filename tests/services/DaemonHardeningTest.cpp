@@ -2,6 +2,7 @@
 #include "DBusTypes.h"
 #include "DaemonStack.h"
 #include "NVCAuthorization.h"
+#include "NVCAuthorizationHolder.h"
 #include "NVCPolicyQuery.h"
 #include "NVCUserPolicyResponse.h"
 #include "PolicyRule.h"
@@ -133,12 +134,28 @@ TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
     expectBothServingUnchanged();
 }
 
-TEST_F(DaemonHardening, AnotherUsersAuthorizationChangesNothing)
+TEST_F(DaemonHardening, ForeignForgedOrRevokedAuthorizationChangesNothing)
 {
     const QString rootsToken = QString::fromLatin1(token().toHex());
     EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
     EXPECT_EQ(asStranger({QStringLiteral("save")}), kNotAuthorized);
     EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
+
+    NVCAuthorization authorization(connection);
+    AuthorizationRef revoked;
+    ASSERT_EQ(authorization.create(&revoked, QString()), errAuthorizationSuccess);
+    const QByteArray revokedToken = revoked->token();
+    authorization.destroy(&revoked);
+    const std::pair<QVariantMap, QString> holders[] = {
+        {holderOf(revokedToken), kNotAuthorized},
+        {holderOf(QByteArray(32, 'x')), kNotAuthorized},
+        {NVCAuthorizationHolder::withEmptyAuthorization()->archive(), kInvalid},
+        {QVariantMap(), kInvalid},
+    };
+    for (const auto &[holder, error] : holders)
+        EXPECT_EQ(errorOf(methodCall(kSettings, "nrsettingsdAuthorizedProtocol",
+                                     "setQUIVENLearningModeWithAuthorization", {holder, true})),
+                  error);
     expectBothServingUnchanged();
 }
 
