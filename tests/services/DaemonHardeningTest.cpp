@@ -6,12 +6,12 @@
 #include "NVCPolicyQuery.h"
 #include "NVCUserPolicyResponse.h"
 #include "PolicyRule.h"
+#include "ProbeRunner.h"
 #include "RuleCoding.h"
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QFile>
-#include <QProcess>
 #include <gtest/gtest.h>
 
 namespace {
@@ -85,16 +85,9 @@ protected:
     // The probe's answer, run as the unprivileged user 65534.
     QString asStranger(const QStringList &arguments)
     {
-        QProcess probe;
-        probe.setProcessEnvironment(daemons.environment());
-        probe.start(QStringLiteral("setpriv"),
-                    QStringList{QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
-                                QStringLiteral("--clear-groups"),
-                                quiven::test::builtBinary(
-                                    QStringLiteral("tests/services/quiven-daemon-call-probe"))} +
-                        arguments);
-        probe.waitForFinished(30000);
-        return QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
+        const QString probe =
+            quiven::test::builtBinary(QStringLiteral("tests/services/quiven-daemon-call-probe"));
+        return quiven::test::runProgram(daemons.bus(), probe, arguments, true).fields.join(u' ');
     }
 
     // A round trip to each daemon that also tells nothing changed.
