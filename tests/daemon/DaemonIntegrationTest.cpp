@@ -53,16 +53,19 @@ TEST_F(DaemonIntegration, FilterClientCallsReachTheDaemon)
     EXPECT_TRUE(waitUntil([&] { return client.isRegistered(); }));
 }
 
-TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilencesTheClient)
+TEST_F(DaemonIntegration, TerminateSilencesTheClientButOnlyShutdownEndsIt)
 {
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     ASSERT_TRUE(waitUntil(
         [&] { return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol")); }));
+    client.registerUserAgent();
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 
     // The terminate event closes the link like an invalidation.
     EXPECT_FALSE(client.isConnected());
+    EXPECT_FALSE(client.isRegistered());
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
 
@@ -72,19 +75,9 @@ TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilence
         other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
         ASSERT_TRUE(waitUntil([&] { return statuses.size() >= asked; }));
     }
-    // One answer per request, and nothing for the terminated client.
+    // One fallback answer per request, and nothing for the terminated client.
     EXPECT_EQ(statuses, (std::vector<qint64>{0, 0}));
     EXPECT_EQ(calls, 0);
-}
-
-TEST_F(DaemonIntegration, TerminateInvalidatesTheLinkButOnlyShutdownEndsTheClient)
-{
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    client.registerUserAgent();
-    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
-    daemons.filterd().terminate();
-    ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
-    EXPECT_FALSE(client.isRegistered());
 
     // A client shut down without unsubscribing may still make a new link ...
     NVCSettingsClient settings(connection, NVCNamespace(QString()));
