@@ -181,8 +181,6 @@ TEST_F(RuleFileReader, SetLinesCountOnlyInBaseRulesetsOrWhenValidating)
         ASSERT_TRUE(reader.addFileContents(systemFile(name), true));
         ASSERT_EQ(reader.filterOptions().size(), 4) << qPrintable(name);
         EXPECT_EQ(reader.getOption("policy.global.webcam"), 0u) << "the first set of a name wins";
-        EXPECT_EQ(reader.getOption("ui.prompts.oob"), 1u) << "only the low 32 bits are kept";
-        EXPECT_EQ(reader.getOption("no.such.option"), 0u);
     }
     install("system-quiven.rc", sharedFile("local.quiven.rc"));
     ASSERT_TRUE(manager.addFileContents(sharedFile("local.quiven.rc"), false));
