@@ -2,27 +2,16 @@
 #include "DaemonStack.h"
 #include "NVCAuthorizationHolder.h"
 #include "NVCQUIVENClient.h"
-#include "NVCQUIVENDaemonRuleProtocolProxy.h"
 #include "NVCSettingsPrivilegedClient.h"
-#include "NVCUserPolicyResponse.h"
 #include "RoundTrip.h"
 #include "WaitUntil.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <gtest/gtest.h>
 
 namespace {
-
-QVariantMap policyArchive(const QString &path)
-{
-    return {
-        {QStringLiteral("policyClass"), 0}, {QStringLiteral("policyType"), 1},
-        {QStringLiteral("operations"), 3},  {QStringLiteral("flags"), 0},
-        {QStringLiteral("path"), path},     {QStringLiteral("processName"), QStringLiteral("/usr/bin/cat")}};
-}
 
 class DaemonIntegration : public ::testing::Test
 {
@@ -64,16 +53,19 @@ TEST_F(DaemonIntegration, FilterClientCallsReachTheDaemon)
     EXPECT_TRUE(waitUntil([&] { return client.isRegistered(); }));
 }
 
-TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilencesTheClient)
+TEST_F(DaemonIntegration, TerminateSilencesTheClientButOnlyShutdownEndsIt)
 {
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     ASSERT_TRUE(waitUntil(
         [&] { return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol")); }));
+    client.registerUserAgent();
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 
     // The terminate event closes the link like an invalidation.
     EXPECT_FALSE(client.isConnected());
+    EXPECT_FALSE(client.isRegistered());
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
 
@@ -83,19 +75,9 @@ TEST_F(DaemonIntegration, FailedCallsGiveTheFallbackValueOnceAndTerminateSilence
         other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
         ASSERT_TRUE(waitUntil([&] { return statuses.size() >= asked; }));
     }
-    // One answer per request, and nothing for the terminated client.
+    // One fallback answer per request, and nothing for the terminated client.
     EXPECT_EQ(statuses, (std::vector<qint64>{0, 0}));
     EXPECT_EQ(calls, 0);
-}
-
-TEST_F(DaemonIntegration, TerminateInvalidatesTheLinkButOnlyShutdownEndsTheClient)
-{
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    client.registerUserAgent();
-    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
-    daemons.filterd().terminate();
-    ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
-    EXPECT_FALSE(client.isRegistered());
 
     // A client shut down without unsubscribing may still make a new link ...
     NVCSettingsClient settings(connection, NVCNamespace(QString()));
@@ -158,20 +140,25 @@ TEST_F(DaemonIntegration, TerminateReachesAClientOfAnotherUser)
     EXPECT_EQ(probe.exitCode(), 0);
 }
 
-TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
+TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartAndRetriesSlowDownAfterThirtyFailures)
 {
+    using std::chrono::milliseconds;
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    client.setRetryDelays(std::chrono::milliseconds(100), std::chrono::milliseconds(100));
+    client.setRetryDelays(milliseconds(5), milliseconds(400));
     const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
     ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
     client.registerUserAgent();
     ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
 
     daemons.filterd().kill9();
-    ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(protocol); }));
+    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() < 30; }));
+    EXPECT_FALSE(client.isSubscriptionAlive(protocol));
     EXPECT_FALSE(client.isRegistered());
-    // Restart only after a few retries have failed.
-    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() <= 27; }));
+    EXPECT_EQ(client.nextRetryDelay(), milliseconds(5));
+    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() == 0; }));
+    EXPECT_EQ(client.nextRetryDelay(), milliseconds(400));
+
+    // One success resets the count.
     ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
     EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }))
         << daemons.filterd().output().data();
@@ -180,25 +167,6 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartOfTheDaemon)
     // The renewed subscription still delivers the terminate event.
     daemons.filterd().terminate();
     EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
-}
-
-TEST_F(DaemonIntegration, RetriesSlowDownAfterThirtyFailuresAndOneSuccessResetsThem)
-{
-    using std::chrono::milliseconds;
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    client.setRetryDelays(milliseconds(5), milliseconds(400));
-    const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
-
-    daemons.filterd().kill9();
-    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() < 30; }));
-    EXPECT_EQ(client.nextRetryDelay(), milliseconds(5));
-    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() == 0; }));
-    EXPECT_EQ(client.nextRetryDelay(), milliseconds(400));
-
-    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
-    EXPECT_EQ(client.trySubscribeBurndown(), 30);
 }
 
 TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
@@ -258,71 +226,6 @@ TEST_F(DaemonIntegration, SubscriptionsOfAClientThatLeftTheBusAreDropped)
     daemons.filterd().terminate();
     EXPECT_TRUE(daemons.filterd().output().contains("terminating; telling 0 subscribers"))
         << daemons.filterd().output().data();
-}
-
-TEST_F(DaemonIntegration, MalformedRecordsAreRefusedAndTheDaemonKeepsServing)
-{
-    const auto call = [&](const QVariantMap &response, const QVariantMap &query) {
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            QStringLiteral("com.norvalis.nrquivend"), QStringLiteral("/com/norvalis/nrquivend"),
-            QStringLiteral("com.norvalis.NVCQUIVENDaemonRuleProtocol"),
-            QStringLiteral("createOverrideRuleWith"));
-        message << response << query << QByteArray(32, 'a');
-        return connection.call(message);
-    };
-    NVCPolicyQuery query;
-    query.path = QStringLiteral("/tmp/x");
-    NVCUserPolicyResponse response;
-    response.query = query;
-
-    QVariantMap badQuery = query.archive();
-    badQuery.insert(QStringLiteral("pid"), QStringLiteral("12"));
-    QVariantMap badResponse = response.archive();
-    badResponse.insert(QStringLiteral("query"), badQuery);
-    for (const auto &[sent, sentQuery] :
-         {std::pair{response.archive(), badQuery}, std::pair{badResponse, query.archive()}}) {
-        const QDBusMessage answer = call(sent, sentQuery);
-        EXPECT_EQ(answer.errorName(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
-        EXPECT_TRUE(answer.errorMessage().contains(QStringLiteral("\"pid\"")))
-            << answer.errorMessage().toStdString();
-    }
-    EXPECT_EQ(call(response.archive(), query.archive()).type(), QDBusMessage::ReplyMessage);
-
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    std::optional<qint64> status;
-    client.getQUIVENFilterStatusWithCallback([&](qint64 value) { status = value; });
-    ASSERT_TRUE(waitUntil([&] { return status.has_value(); }));
-    EXPECT_EQ(*status, 1);
-}
-
-TEST_F(DaemonIntegration, UserRulesetIsSavedAtomicallyAnnouncedAndBadRecordsAreRefused)
-{
-    quiven::dbus::registerTypes();
-    ComNorvalisNVCQUIVENDaemonRuleProtocolInterface rules(
-        QStringLiteral("com.norvalis.nrquivend"), QStringLiteral("/com/norvalis/nrquivend"), connection);
-    QVariantMap bad = policyArchive(QStringLiteral("/tmp/x"));
-    bad.insert(QStringLiteral("operations"), QStringLiteral("rw"));
-    auto refused = rules.setUserWatchRules({}, {bad}, QByteArray(32, 'a'));
-    refused.waitForFinished();
-    ASSERT_TRUE(refused.isError());
-    EXPECT_EQ(refused.error().name(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
-
-    auto saved = rules.setUserWatchRules({}, {policyArchive(QStringLiteral("/tmp/x"))}, QByteArray(32, 'a'));
-    saved.waitForFinished();
-    ASSERT_FALSE(saved.isError()) << saved.error().message().toStdString();
-
-    QFile file(daemons.sharedFolder() + "local.quiven.rc");
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(file.readAll().contains("/tmp/x"));
-    EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files),
-              QStringList{QStringLiteral("local.quiven.rc")});
-
-    auto ruleset = rules.getUserRuleset();
-    ruleset.waitForFinished();
-    ASSERT_FALSE(ruleset.isError());
-    ASSERT_EQ(ruleset.argumentAt<1>().size(), 1);
-    EXPECT_EQ(ruleset.argumentAt<1>().first().value(QStringLiteral("path")).toString(),
-              QStringLiteral("/tmp/x"));
 }
 
 TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)

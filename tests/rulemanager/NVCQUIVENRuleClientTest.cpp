@@ -5,6 +5,7 @@
 #include "RoundTrip.h"
 #include "WaitUntil.h"
 
+#include <QDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -90,9 +91,11 @@ TEST_F(RuleClient, TwoListenersShareOneSubscriptionThatEndsWithTheLastListener)
     EXPECT_TRUE(journal.isEmpty());
 }
 
-TEST_F(RuleClient, ReadsTheUserRulesetAndSurvivesTheDaemonsTerminateEvent)
+TEST_F(RuleClient, ReadsTheSavedUserRulesetAndSurvivesTheDaemonsTerminateEvent)
 {
     ASSERT_TRUE(save());
+    // Written through a temporary file that is renamed, so nothing else is left behind.
+    EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files), QStringList{"local.quiven.rc"});
     QStringList paths;
     client->getUserRuleset(
         [&](const QList<WatchRulePtr> &watchRules, const QList<PolicyRulePtr> &policyRules) {

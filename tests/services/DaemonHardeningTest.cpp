@@ -2,15 +2,16 @@
 #include "DBusTypes.h"
 #include "DaemonStack.h"
 #include "NVCAuthorization.h"
+#include "NVCAuthorizationHolder.h"
 #include "NVCPolicyQuery.h"
 #include "NVCUserPolicyResponse.h"
 #include "PolicyRule.h"
+#include "ProbeRunner.h"
 #include "RuleCoding.h"
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QFile>
-#include <QProcess>
 #include <gtest/gtest.h>
 
 namespace {
@@ -84,16 +85,9 @@ protected:
     // The probe's answer, run as the unprivileged user 65534.
     QString asStranger(const QStringList &arguments)
     {
-        QProcess probe;
-        probe.setProcessEnvironment(daemons.environment());
-        probe.start(QStringLiteral("setpriv"),
-                    QStringList{QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
-                                QStringLiteral("--clear-groups"),
-                                quiven::test::builtBinary(
-                                    QStringLiteral("tests/services/quiven-daemon-call-probe"))} +
-                        arguments);
-        probe.waitForFinished(30000);
-        return QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
+        const QString probe =
+            quiven::test::builtBinary(QStringLiteral("tests/services/quiven-daemon-call-probe"));
+        return quiven::test::runProgram(daemons.bus(), probe, arguments, true).fields.join(u' ');
     }
 
     // A round trip to each daemon that also tells nothing changed.
@@ -133,12 +127,28 @@ TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
     expectBothServingUnchanged();
 }
 
-TEST_F(DaemonHardening, AnotherUsersAuthorizationChangesNothing)
+TEST_F(DaemonHardening, ForeignForgedOrRevokedAuthorizationChangesNothing)
 {
     const QString rootsToken = QString::fromLatin1(token().toHex());
     EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
     EXPECT_EQ(asStranger({QStringLiteral("save")}), kNotAuthorized);
     EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
+
+    NVCAuthorization authorization(connection);
+    AuthorizationRef revoked;
+    ASSERT_EQ(authorization.create(&revoked, QString()), errAuthorizationSuccess);
+    const QByteArray revokedToken = revoked->token();
+    authorization.destroy(&revoked);
+    const std::pair<QVariantMap, QString> holders[] = {
+        {holderOf(revokedToken), kNotAuthorized},
+        {holderOf(QByteArray(32, 'x')), kNotAuthorized},
+        {NVCAuthorizationHolder::withEmptyAuthorization()->archive(), kInvalid},
+        {QVariantMap(), kInvalid},
+    };
+    for (const auto &[holder, error] : holders)
+        EXPECT_EQ(errorOf(methodCall(kSettings, "nrsettingsdAuthorizedProtocol",
+                                     "setQUIVENLearningModeWithAuthorization", {holder, true})),
+                  error);
     expectBothServingUnchanged();
 }
 

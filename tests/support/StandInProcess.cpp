@@ -63,11 +63,6 @@ qint64 StandInProcess::pid() const
     return m_process ? m_process->processId() : 0;
 }
 
-int StandInProcess::exitCode() const
-{
-    return m_process ? m_process->exitCode() : -1;
-}
-
 QByteArray StandInProcess::output() const
 {
     if (m_process)

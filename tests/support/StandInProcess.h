@@ -25,7 +25,6 @@ public:
     void terminate();
     bool isRunning() const;
     qint64 pid() const;
-    int exitCode() const;
     QByteArray output() const;
     // Waits until the collected output contains text.
     bool waitForOutput(const QByteArray &text, int timeoutMs = 5000) const;

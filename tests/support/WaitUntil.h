@@ -17,9 +17,3 @@ inline bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 50
     }
     return true;
 }
-
-// Runs the event loop for a while, for checks that something did not happen.
-inline void settle(int milliseconds = 400)
-{
-    waitUntil([] { return false; }, milliseconds);
-}

@@ -28,26 +28,21 @@ QuivenctlRun match(const QStringList &arguments)
     return runQuivenctl(QStringList{"rules", "match"} + arguments, {}, homeOfAnn());
 }
 
-TEST(QuivenctlMatch, ListsEveryMatchingRuleInTableOrderWithWhatTheTableShows)
+// Which rules match, in what order and which are redundant is the library's; here
+// the answer's fields and the rows of the table they point at.
+TEST(QuivenctlMatch, JsonAnswerNamesTheTableRowsOfTheMatchingRules)
 {
     RuleFolder folder;
     const QString file = folder.write(QStringLiteral("rules.rc"), kRules);
     const QuivenctlRun run = match(kEvinceReadsTax + QStringList{"--json", "--system", file});
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     const QJsonArray matches = run.object()["matches"].toArray();
+    ASSERT_EQ(matches.size(), 4);
 
     // The rows are those of `parse`, the table's view with system rules.
     const QJsonArray rows = runQuivenctl({"parse", "--system", file}).object()["rows"].toArray();
-    QStringList atRows;
     for (const QJsonValue &found : matches)
-        atRows.append(rows[found["row"].toInt()]["text"].toString());
-    EXPECT_EQ(atRows, ruleTexts(matches));
-    EXPECT_EQ(ruleTexts(matches),
-              (QStringList{R"(watch prefix "/home/" "any" r "")",
-                           R"(deny prefix "~/Documents/" "any" rw "" "" "0")",
-                           R"(allow prefix "~/Documents/" "/usr/bin/evince" r "" "" "0")",
-                           R"(allow path "~/Documents/tax/2025.pdf" "/usr/bin/evince" r "" "" "0")"}));
-
+        EXPECT_EQ(rows[found["row"].toInt()]["text"], found["text"]);
     EXPECT_EQ(matches[0]["kind"], "watch");
     EXPECT_EQ(matches[0]["class"], "watch");
     EXPECT_EQ(matches[0]["group"], QJsonValue());
@@ -56,15 +51,11 @@ TEST(QuivenctlMatch, ListsEveryMatchingRuleInTableOrderWithWhatTheTableShows)
     EXPECT_EQ(matches[2]["group"], "evince:/usr/bin/evince:(null):");
     EXPECT_EQ(matches[2]["redundant"], false);
     EXPECT_EQ(matches[3]["redundant"], true);
-    const QJsonArray invalid = run.object()["wouldMatchIfValid"].toArray();
-    ASSERT_EQ(invalid.size(), 1);
-    EXPECT_EQ(invalid[0]["path"], "/home/");
+    EXPECT_EQ(run.object()["wouldMatchIfValid"].toArray().at(0)["path"], "/home/");
 
-    // A parent brings in the rules about the program started by it.
     const QuivenctlRun viaBash =
         match(kEvinceReadsTax + QStringList{"--parent", "/usr/bin/bash", "--json", file});
     EXPECT_EQ(viaBash.object()["matches"].toArray().size(), 5);
-    EXPECT_EQ(viaBash.object()["matches"].toArray().at(0)["system"], false);
 }
 
 TEST(QuivenctlMatch, TextAnswerAndExitStatusTellWhetherAnyValidRuleMatches)

@@ -109,12 +109,10 @@ TEST_F(PrivilegedClientWithoutForm, TheAuthorizationLivesExactlyUntilTheDaemonHa
     EXPECT_EQ(daemon->values, (QList<bool>{true, true}));
 }
 
-class RefusedPrompt : public PrivilegedClientWithoutForm, public ::testing::WithParamInterface<const char *>
-{};
-
-TEST_P(RefusedPrompt, SendsNothingAndNeverCallsBack)
+// The client treats every status but success alike; which status a refusal gives is the authority's test.
+TEST_F(PrivilegedClientWithoutForm, ARefusedPromptSendsNothingAndNeverCallsBack)
 {
-    start(QString::fromLatin1(GetParam()));
+    start(QStringLiteral("deny"));
     int callbacks = 0;
     client->setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &) { ++callbacks; });
     ASSERT_TRUE(daemons.authority().waitForOutput("Refused"));
@@ -122,8 +120,6 @@ TEST_P(RefusedPrompt, SendsNothingAndNeverCallsBack)
     EXPECT_EQ(callbacks, 0);
     EXPECT_TRUE(daemon->tokens.isEmpty());
 }
-
-INSTANTIATE_TEST_SUITE_P(Answers, RefusedPrompt, ::testing::Values("cancel", "deny"));
 
 } // namespace
 

@@ -12,12 +12,8 @@ using quiven::test::sourceFile;
 
 namespace {
 
-struct ScriptRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+// What the script printed and how it ended.
+using ScriptRun = QuivenctlRun;
 
 // A process counts as gone once it has exited, even while nobody reaps it.
 bool running(qint64 pid)
