@@ -1,5 +1,6 @@
 #include "RuleManager.h"
 
+#include "PolicyFilterRows.h"
 #include "PreferencesFile.h"
 #include "ProductFolders.h"
 #include "RedundancyIndex.h"
@@ -68,6 +69,7 @@ void RuleManager::reset()
         QMutexLocker groups(&m_groupMapLock);
         m_policyRulesByApplication = {};
     }
+    m_filterRows.reset();
     {
         QMutexLocker watches(&m_watchListLock);
         m_watchRules = {};

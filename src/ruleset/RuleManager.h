@@ -18,6 +18,7 @@
 #include <memory>
 #include <optional>
 
+class PolicyFilterRows;
 class RedundancyIndex;
 
 // The in-memory ruleset: reader, options, store with its views, validation,
@@ -168,6 +169,10 @@ protected:
     // Lazily built cover index for isRedundant; dropped on every store change.
     mutable std::unique_ptr<RedundancyIndex> m_redundancyIndex;
     void invalidateRedundancyIndex() const;
+
+    // Built by the first filter after the groups' members change; dropped by
+    // every change of them.
+    std::unique_ptr<PolicyFilterRows> m_filterRows;
 
 private:
     void sortViews(const QList<RuleSortDescriptor> &descriptors);
