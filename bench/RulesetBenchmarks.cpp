@@ -10,14 +10,18 @@ using bench::loadedManager;
 
 void sizes(benchmark::internal::Benchmark *b)
 {
-    b->Args({10000, 0})->Args({100000, 0})->ArgNames({"rules", "shared"})->Unit(benchmark::kMillisecond);
+    b->Args({10000, 0})
+        ->Args({100000, 0})
+        ->Args({1000000, 0})
+        ->ArgNames({"rules", "shared"})
+        ->Unit(benchmark::kMillisecond);
 }
 
-// The same sizes plus 100,000 rules of which 20,000 fall into one group.
+// The same sizes plus rulesets of which a fifth falls into one group.
 void sizesWithLargeGroup(benchmark::internal::Benchmark *b)
 {
     sizes(b);
-    b->Args({100000, 20000});
+    b->Args({100000, 20000})->Args({1000000, 200000});
 }
 
 void BM_LineScan(benchmark::State &state)
@@ -103,6 +107,31 @@ void BM_Sort(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_Sort)->Apply(sizes);
+
+// One rule added through the table while a sort order is set, until the
+// views show it; each run's rule is taken out again untimed.
+void BM_AddOneRule(benchmark::State &state)
+{
+    const std::unique_ptr<RuleManager> manager = loadedManager(state.range(0), state.range(1));
+    manager->sortIndexUsingDescriptors(
+        {{QStringLiteral("path"), true, RuleSortDescriptor::Comparison::CaseInsensitiveCompare}});
+    qint64 next = 0;
+    for (auto _ : state) {
+        auto rule = std::make_shared<PolicyRule>();
+        rule->policyClass = PolicyClass::Allow;
+        rule->policyType = PolicyType::Prefix;
+        rule->path = QStringLiteral("/home/alice/Added/%1/").arg(next++);
+        rule->processName = QStringLiteral("/usr/bin/added-editor");
+        rule->operations = Operation::Read;
+        manager->addPolicyRule(rule);
+        benchmark::DoNotOptimize(manager->compositeIndex().size());
+        state.PauseTiming();
+        manager->deletePolicyRule(rule);
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_AddOneRule)->Apply(sizes);
 
 // Exposes the cover index reset so every run starts cold, as the first paint
 // of the table after a load does.
