@@ -120,6 +120,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     qCDebug(lcRuleManagement, "Adding contents of file at path %s", qUtf8Printable(path));
     m_lastErrorMessage = QString();
     m_filterRows.reset();
+    m_viewsMatchRebuild = false;
     const bool isFailsafe = path == ProductFolders::failsafeFile();
     const std::optional<QString> text = loadRuleFileText(path, &m_lastErrorMessage);
     if (!text)

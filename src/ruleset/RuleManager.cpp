@@ -70,6 +70,7 @@ void RuleManager::reset()
         m_policyRulesByApplication = {};
     }
     m_filterRows.reset();
+    m_viewsMatchRebuild = false;
     {
         QMutexLocker watches(&m_watchListLock);
         m_watchRules = {};

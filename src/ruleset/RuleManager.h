@@ -83,6 +83,9 @@ public:
     bool deletePolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCache = true);
     bool deleteWatchRule(const WatchRulePtr &rule, bool rebuildRulesCache = true);
     void sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors);
+    // A stored rule's fields were changed in place without a rebuild: the
+    // next change of the store rebuilds the views in full, as one did before.
+    void ruleChangedInPlace();
 
     // ---- validation and redundancy ----
     bool validateRule(const NVCRuleBase &rule) const;
@@ -176,4 +179,12 @@ protected:
 
 private:
     void sortViews(const QList<RuleSortDescriptor> &descriptors);
+    int compareBySortOrder(const NVCRuleBase &a, const NVCRuleBase &b) const;
+    // One policy rule added or deleted, with the views showing what a full
+    // rebuild would; they then change by that rule alone.
+    void insertIntoViews(const PolicyRulePtr &rule, const QString &key);
+    void removeFromViews(const PolicyRulePtr &rule);
+
+    // Whether the views are what rebuildRulesCache would make of the store.
+    bool m_viewsMatchRebuild = false;
 };

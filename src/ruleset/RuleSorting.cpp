@@ -159,11 +159,57 @@ private:
     std::vector<QCollatorSortKey> m_keys;
 };
 
+// Whether every tie under `now` was a tie under `before`: each earlier key
+// is still sorted by, compared the same way.
+bool refinesOrder(const QList<RuleSortDescriptor> &now, const QList<RuleSortDescriptor> &before)
+{
+    return std::all_of(before.cbegin(), before.cend(), [&now](const RuleSortDescriptor &old) {
+        return !fieldForKey(old.key) ||
+               std::any_of(now.cbegin(), now.cend(), [&old](const RuleSortDescriptor &descriptor) {
+                   return descriptor.key == old.key && descriptor.comparison == old.comparison;
+               });
+    });
+}
+
 } // namespace
 
+int RuleManager::compareBySortOrder(const NVCRuleBase &a, const NVCRuleBase &b) const
+{
+    if (!m_sortDescriptors)
+        return 0;
+    for (const RuleSortDescriptor &descriptor : *m_sortDescriptors) {
+        const std::optional<Field> field = fieldForKey(descriptor.key);
+        if (!field)
+            continue;
+        int result;
+        if (!isTextField(*field)) {
+            result = compareNumbers(numberOf(a, *field), numberOf(b, *field));
+        } else {
+            const QString textA = textOf(a, *field);
+            const QString textB = textOf(b, *field);
+            switch (descriptor.comparison) {
+            case RuleSortDescriptor::Comparison::LocalizedStandardCompare:
+                result = localizedCollator().sortKey(textA).compare(localizedCollator().sortKey(textB));
+                break;
+            case RuleSortDescriptor::Comparison::CaseInsensitiveCompare:
+                result = textA.toCaseFolded().compare(textB.toCaseFolded());
+                break;
+            default:
+                result = textA.compare(textB);
+            }
+        }
+        if (result)
+            return descriptor.ascending ? result : -result;
+    }
+    return 0;
+}
 void RuleManager::sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors)
 {
     QMutexLocker locker(&m_lock);
+    // Sorting the shown order keeps the earlier order among ties; that is
+    // what a rebuild gives only when the new order refines the earlier one.
+    m_viewsMatchRebuild =
+        m_viewsMatchRebuild && (!m_sortDescriptors || refinesOrder(descriptors, *m_sortDescriptors));
     sortViews(descriptors);
     Q_EMIT viewChanged();
 }

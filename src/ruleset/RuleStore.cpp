@@ -136,6 +136,7 @@ void RuleManager::rebuildRulesCache()
 
     if (m_sortDescriptors)
         sortViews(*m_sortDescriptors);
+    m_viewsMatchRebuild = true;
     Q_EMIT viewChanged();
 }
 
@@ -173,13 +174,18 @@ bool RuleManager::addPolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCach
         return false;
     }
     QMutexLocker locker(&m_lock);
+    const QString key = applicationGroupIdentityForRule(*rule);
     {
         QMutexLocker groupLocker(&m_groupMapLock);
-        m_policyRulesByApplication[applicationGroupIdentityForRule(*rule)].append(rule);
+        m_policyRulesByApplication[key].append(rule);
     }
     m_filterRows.reset();
     invalidateRedundancyIndex();
-    if (rebuildRulesCache)
+    if (!rebuildRulesCache)
+        m_viewsMatchRebuild = false;
+    else if (m_viewsMatchRebuild)
+        insertIntoViews(rule, key);
+    else
         this->rebuildRulesCache();
     return true;
 }
@@ -198,6 +204,8 @@ bool RuleManager::addWatchRule(const WatchRulePtr &rule, bool rebuildRulesCache)
     }
     if (rebuildRulesCache)
         this->rebuildRulesCache();
+    else
+        m_viewsMatchRebuild = false;
     return true;
 }
 
@@ -217,7 +225,11 @@ bool RuleManager::deletePolicyRule(const PolicyRulePtr &rule, bool rebuildRulesC
     }
     m_filterRows.reset();
     invalidateRedundancyIndex();
-    if (rebuildRulesCache)
+    if (!rebuildRulesCache)
+        m_viewsMatchRebuild = false;
+    else if (m_viewsMatchRebuild)
+        removeFromViews(rule);
+    else
         this->rebuildRulesCache();
     const auto group = m_policyRulesByApplication.constFind(key);
     return group != m_policyRulesByApplication.cend() && group->contains(rule);
@@ -232,5 +244,7 @@ bool RuleManager::deleteWatchRule(const WatchRulePtr &rule, bool rebuildRulesCac
     }
     if (rebuildRulesCache)
         this->rebuildRulesCache();
+    else
+        m_viewsMatchRebuild = false;
     return m_watchRules.contains(rule);
 }

@@ -133,6 +133,7 @@ TEST(RuleStoreDifferential, ViewsFollowAddsDeletesEditsAndFilters)
                         rule->tag = random.tag();
                     else
                         rule->path = u"/"_s + random.text(12);
+                    manager.ruleChangedInPlace();
                 }
                 continue;
             default: {
@@ -150,6 +151,117 @@ TEST(RuleStoreDifferential, ViewsFollowAddsDeletesEditsAndFilters)
                     << describe(expected).toStdString() << "\nactual\n"
                     << describe(actual).toStdString();
             }
+        }
+    }
+}
+
+} // namespace
+
+namespace {
+
+using Comparison = RuleSortDescriptor::Comparison;
+
+struct SortCase
+{
+    const char *name;
+    quint64 seed;
+    // Orders the table may be sorted by, picked at random between changes.
+    QList<QList<RuleSortDescriptor>> orders;
+};
+
+const SortCase kSortCases[] = {
+    {"unsorted", 21, {}},
+    {"path folded, either way",
+     22,
+     {{{u"path"_s, true, Comparison::CaseInsensitiveCompare}},
+      {{u"path"_s, false, Comparison::CaseInsensitiveCompare}}}},
+    {"tag localized then created",
+     23,
+     {{{u"tag"_s, true, Comparison::LocalizedStandardCompare}, {u"created"_s, false, Comparison::Compare}},
+      {{u"created"_s, true, Comparison::Compare}}}},
+    {"process exact, system, unknown key",
+     24,
+     {{{u"processName"_s, true, Comparison::Compare}},
+      {{u"system"_s, false, Comparison::Compare}, {u"nonsense"_s, true, Comparison::Compare}},
+      {{u"tag"_s, true, Comparison::CaseInsensitiveCompare}}}},
+};
+
+// The same calls on two managers holding the same rules: one changes its views
+// rule by rule, the other rebuilds them in full after every change.
+TEST(RuleStoreDifferential, SingleRuleChangesMatchFullRebuilds)
+{
+    const StoreCase shape{"", 0, 0, 0, u"abAB/ k\u212A\u00E9"_s};
+    for (const SortCase &c : kSortCases) {
+        SCOPED_TRACE(c.name);
+        StoreCase seeded = shape;
+        seeded.seed = c.seed;
+        RandomStore random(seeded);
+        RuleManager incremental;
+        RuleManager rebuilt;
+        QList<PolicyRulePtr> policies;
+        const auto fresh = [&] {
+            PolicyRulePtr rule = random.policy();
+            rule->created = random.bounded(4);
+            return rule;
+        };
+        const auto add = [&](const PolicyRulePtr &rule) {
+            incremental.addPolicyRule(rule);
+            rebuilt.addPolicyRule(rule, false);
+            rebuilt.rebuildRulesCache();
+            policies.append(rule);
+        };
+        for (int i = 0; i < 80; ++i)
+            add(fresh());
+        const WatchRulePtr watch = random.watch();
+        incremental.addWatchRule(watch);
+        rebuilt.addWatchRule(watch);
+
+        for (int step = 0; step < 200; ++step) {
+            SCOPED_TRACE(step);
+            switch (random.bounded(8)) {
+            case 0:
+                if (!c.orders.isEmpty()) {
+                    const auto &order = c.orders.at(random.bounded(int(c.orders.size())));
+                    incremental.sortIndexUsingDescriptors(order);
+                    rebuilt.sortIndexUsingDescriptors(order);
+                }
+                break;
+            case 1: {
+                const QString needle = random.bounded(2) ? random.text(2) : QString();
+                incremental.applyFilterWithString(needle);
+                rebuilt.applyFilterWithString(needle);
+                break;
+            }
+            case 2:
+                if (!policies.isEmpty()) {
+                    const PolicyRulePtr &rule = policies.at(random.bounded(int(policies.size())));
+                    rule->tag = random.tag();
+                    incremental.ruleChangedInPlace();
+                }
+                break;
+            case 3:
+            case 4:
+                if (!policies.isEmpty()) {
+                    const PolicyRulePtr rule = policies.takeAt(random.bounded(int(policies.size())));
+                    EXPECT_FALSE(incremental.deletePolicyRule(rule));
+                    rebuilt.deletePolicyRule(rule, false);
+                    rebuilt.rebuildRulesCache();
+                }
+                break;
+            default:
+                // Now and then the same record twice, as a paste of one rule would.
+                add(random.bounded(10) == 0 && !policies.isEmpty() ? policies.last() : fresh());
+                break;
+            }
+            for (const bool includeSystemRules : {true, false}) {
+                const QList<RuleBasePtr> expected = rows(rebuilt, includeSystemRules);
+                const QList<RuleBasePtr> actual = rows(incremental, includeSystemRules);
+                ASSERT_TRUE(actual == expected) << "expected\n"
+                                                << describe(expected).toStdString() << "\nactual\n"
+                                                << describe(actual).toStdString();
+            }
+            ASSERT_TRUE(incremental.policyRules() == rebuilt.policyRules());
+            ASSERT_EQ(incremental.sortedKeys(), rebuilt.sortedKeys());
         }
     }
 }
