@@ -17,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class PolicyFilterRows;
 class RedundancyIndex;
@@ -187,4 +188,15 @@ private:
 
     // Whether the views are what rebuildRulesCache would make of the store.
     bool m_viewsMatchRebuild = false;
+
+    // Dense ranks of a text sort key, one per row of the full view in its
+    // order, so that sorting again compares numbers. Dropped whenever the
+    // view's rows or their fields change other than by sorting.
+    struct SortRanks
+    {
+        QString key;
+        RuleSortDescriptor::Comparison comparison;
+        std::vector<qint64> ranks;
+    };
+    std::vector<SortRanks> m_sortRanks;
 };

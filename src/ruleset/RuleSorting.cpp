@@ -138,6 +138,14 @@ public:
         }
     }
 
+    // A text key whose dense ranks are known.
+    SortColumn(const RuleSortDescriptor &descriptor, const std::vector<qint64> &ranks)
+        : m_ascending(descriptor.ascending)
+        , m_text(false)
+        , m_localized(false)
+        , m_numbers(ranks)
+    {}
+
     int compare(qsizetype a, qsizetype b) const
     {
         int result;
@@ -218,7 +226,16 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
 {
     m_sortDescriptors = descriptors;
 
+    const auto knownRanks = [this](const RuleSortDescriptor &descriptor) -> const SortRanks * {
+        for (const SortRanks &known : m_sortRanks) {
+            if (known.key == descriptor.key && known.comparison == descriptor.comparison)
+                return &known;
+        }
+        return nullptr;
+    };
     std::vector<SortColumn> columns;
+    const RuleSortDescriptor *first = nullptr;
+    bool firstNeedsRanks = false;
     for (const RuleSortDescriptor &descriptor : descriptors) {
         const std::optional<Field> field = fieldForKey(descriptor.key);
         if (!field) {
@@ -226,7 +243,15 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
                 << QStringLiteral("Ignoring sort by unknown rule property %1").arg(descriptor.key);
             continue;
         }
-        columns.emplace_back(descriptor, *field, m_compositeIndex);
+        const SortRanks *known = isTextField(*field) ? knownRanks(descriptor) : nullptr;
+        if (!first) {
+            first = &descriptor;
+            firstNeedsRanks = isTextField(*field) && !known;
+        }
+        if (known)
+            columns.emplace_back(descriptor, known->ranks);
+        else
+            columns.emplace_back(descriptor, *field, m_compositeIndex);
     }
     if (columns.empty())
         return;
@@ -240,6 +265,28 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
         }
         return false;
     });
+
+    // Known ranks follow their rows; the first key's ranks come free from
+    // the sorted order, counting the places where its value changes.
+    for (SortRanks &known : m_sortRanks) {
+        std::vector<qint64> moved(order.size());
+        for (std::size_t at = 0; at < order.size(); ++at)
+            moved[at] = known.ranks[std::size_t(order[at])];
+        known.ranks = std::move(moved);
+    }
+    if (firstNeedsRanks) {
+        std::vector<qint64> ranks(order.size());
+        qint64 rank = 0;
+        for (std::size_t at = 1; at < order.size(); ++at) {
+            rank += columns.front().compare(order[at - 1], order[at]) != 0;
+            ranks[at] = rank;
+        }
+        if (!first->ascending) {
+            for (qint64 &value : ranks)
+                value = rank - value;
+        }
+        m_sortRanks.push_back(SortRanks{first->key, first->comparison, std::move(ranks)});
+    }
 
     // The user-only view is the system-free subsequence of the full one; a
     // stable sort keeps it so, so it is taken from the sorted full view.

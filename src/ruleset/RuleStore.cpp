@@ -83,6 +83,7 @@ void RuleManager::rebuildRulesCache()
     // the same size, and unshared lists keep their capacity.
     m_policyRules.clear();
     m_compositeIndex.clear();
+    m_sortRanks.clear();
     m_compositeIndexUserOnly.clear();
 
     const bool filtering = !m_searchString.isNull();

@@ -24,10 +24,12 @@ void RuleManager::ruleChangedInPlace()
 {
     QMutexLocker locker(&m_lock);
     m_viewsMatchRebuild = false;
+    m_sortRanks.clear();
 }
 
 void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
 {
+    m_sortRanks.clear();
     const auto keyAt = std::lower_bound(m_sortedKeys.begin(), m_sortedKeys.end(), key, keyBefore);
     if (keyAt == m_sortedKeys.end() || *keyAt != key)
         m_sortedKeys.insert(keyAt, key);
@@ -75,6 +77,7 @@ void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
 
 void RuleManager::removeFromViews(const PolicyRulePtr &rule)
 {
+    m_sortRanks.clear();
     const bool shared = m_compositeIndexUserOnly.isSharedWith(m_compositeIndex);
     if (shared)
         m_compositeIndexUserOnly = {};
