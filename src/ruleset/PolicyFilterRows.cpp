@@ -13,15 +13,17 @@ namespace {
 bool appendFoldedAscii(QByteArray &blob, const QString &path)
 {
     const qsizetype start = blob.size();
+    blob.resize(start + path.size() + 1);
+    char *out = blob.data() + start;
     for (const QChar c : path) {
         const char16_t unit = c.unicode();
         if (unit == 0 || unit >= 0x80) {
             blob.truncate(start);
             return false;
         }
-        blob.append(char((unit >= u'A' && unit <= u'Z') ? unit | 0x20 : unit));
+        *out++ = char((unit >= u'A' && unit <= u'Z') ? unit | 0x20 : unit);
     }
-    blob.append('\0');
+    *out = '\0';
     return true;
 }
 
@@ -31,6 +33,8 @@ PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
                                    const QHash<QString, QList<PolicyRulePtr>> &groups)
 {
     SharedTextIndexes textIndexes;
+    LastSharedText lastProcess;
+    LastSharedText lastTag;
     for (const QString &key : sortedKeys) {
         const auto group = groups.constFind(key);
         if (group == groups.cend())
@@ -48,22 +52,30 @@ PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
                 m_foldedRows.push_back(quint32(m_rows.size()));
             }
             m_rows.push_back(Row{&rule, rule->path, folded ? offset : kNotFolded,
-                                 sharedTextIndex(rule->processName, textIndexes),
-                                 sharedTextIndex(rule->tag, textIndexes)});
+                                 sharedTextIndex(rule->processName, textIndexes, lastProcess),
+                                 sharedTextIndex(rule->tag, textIndexes, lastTag)});
         }
     }
 }
 
-quint32 PolicyFilterRows::sharedTextIndex(const QString &text, SharedTextIndexes &indexes)
+quint32 PolicyFilterRows::sharedTextIndex(const QString &text, SharedTextIndexes &indexes,
+                                          LastSharedText &last)
 {
     // Texts are told apart by their data: the reader hands equal texts the same.
-    const std::pair<const QChar *, qsizetype> key{text.constData(), text.size()};
+    const TextData key{text.constData(), text.size()};
+    // Neighbouring rules mostly share their texts: the last one of the field is tried first.
+    if (last && key == last->first)
+        return last->second;
     const auto found = indexes.constFind(key);
-    if (found != indexes.cend())
-        return *found;
-    const auto index = quint32(m_sharedTexts.size());
-    indexes.insert(key, index);
-    m_sharedTexts.push_back(text);
+    quint32 index;
+    if (found != indexes.cend()) {
+        index = *found;
+    } else {
+        index = quint32(m_sharedTexts.size());
+        indexes.insert(key, index);
+        m_sharedTexts.push_back(text);
+    }
+    last.emplace(key, index);
     return index;
 }
 

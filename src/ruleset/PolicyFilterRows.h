@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QStringList>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -38,8 +39,10 @@ private:
     };
 
     std::vector<bool> foldedPathHits(const QByteArray &needle) const;
-    using SharedTextIndexes = QHash<std::pair<const QChar *, qsizetype>, quint32>;
-    quint32 sharedTextIndex(const QString &text, SharedTextIndexes &indexes);
+    using TextData = std::pair<const QChar *, qsizetype>;
+    using SharedTextIndexes = QHash<TextData, quint32>;
+    using LastSharedText = std::optional<std::pair<TextData, quint32>>;
+    quint32 sharedTextIndex(const QString &text, SharedTextIndexes &indexes, LastSharedText &last);
 
     std::vector<Row> m_rows;
     QByteArray m_folded;                 // folded paths, each ended by a NUL
