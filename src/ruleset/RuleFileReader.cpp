@@ -1,3 +1,4 @@
+#include "PolicyFilterRows.h"
 #include "ProductFolders.h"
 #include "RuleFileSource.h"
 #include "RuleLogging.h"
@@ -118,6 +119,8 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
 {
     qCDebug(lcRuleManagement, "Adding contents of file at path %s", qUtf8Printable(path));
     m_lastErrorMessage = QString();
+    m_filterRows.reset();
+    m_viewsMatchRebuild = false;
     const bool isFailsafe = path == ProductFolders::failsafeFile();
     const std::optional<QString> text = loadRuleFileText(path, &m_lastErrorMessage);
     if (!text)

@@ -1,5 +1,6 @@
 #include "RuleManager.h"
 
+#include "PolicyFilterRows.h"
 #include "PreferencesFile.h"
 #include "ProductFolders.h"
 #include "RedundancyIndex.h"
@@ -68,6 +69,8 @@ void RuleManager::reset()
         QMutexLocker groups(&m_groupMapLock);
         m_policyRulesByApplication = {};
     }
+    m_filterRows.reset();
+    m_viewsMatchRebuild = false;
     {
         QMutexLocker watches(&m_watchListLock);
         m_watchRules = {};

@@ -17,7 +17,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
+class PolicyFilterRows;
 class RedundancyIndex;
 
 // The in-memory ruleset: reader, options, store with its views, validation,
@@ -82,6 +84,9 @@ public:
     bool deletePolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCache = true);
     bool deleteWatchRule(const WatchRulePtr &rule, bool rebuildRulesCache = true);
     void sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors);
+    // A stored rule's fields were changed in place without a rebuild: the
+    // next change of the store rebuilds the views in full, as one did before.
+    void ruleChangedInPlace();
 
     // ---- validation and redundancy ----
     bool validateRule(const NVCRuleBase &rule) const;
@@ -169,6 +174,29 @@ protected:
     mutable std::unique_ptr<RedundancyIndex> m_redundancyIndex;
     void invalidateRedundancyIndex() const;
 
+    // Built by the first filter after the groups' members change; dropped by
+    // every change of them.
+    std::unique_ptr<PolicyFilterRows> m_filterRows;
+
 private:
     void sortViews(const QList<RuleSortDescriptor> &descriptors);
+    int compareBySortOrder(const NVCRuleBase &a, const NVCRuleBase &b) const;
+    // One policy rule added or deleted, with the views showing what a full
+    // rebuild would; they then change by that rule alone.
+    void insertIntoViews(const PolicyRulePtr &rule, const QString &key);
+    void removeFromViews(const PolicyRulePtr &rule);
+
+    // Whether the views are what rebuildRulesCache would make of the store.
+    bool m_viewsMatchRebuild = false;
+
+    // Dense ranks of a text sort key, one per row of the full view in its
+    // order, so that sorting again compares numbers. Dropped whenever the
+    // view's rows or their fields change other than by sorting.
+    struct SortRanks
+    {
+        QString key;
+        RuleSortDescriptor::Comparison comparison;
+        std::vector<qint64> ranks;
+    };
+    std::vector<SortRanks> m_sortRanks;
 };

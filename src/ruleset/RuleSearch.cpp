@@ -90,13 +90,39 @@ bool RuleSearch::matchesShared(const QString &field)
     if (field.isNull())
         return false;
     // Equal data pointer and length mean the same characters while the rules
-    // being filtered are alive, which holds for one rebuild.
-    for (const Memo &memo : m_memos) {
-        if (memo.data == field.constData() && memo.size == field.size())
-            return memo.result;
+    // being filtered are alive, which holds for one rebuild. Neighbouring rules
+    // mostly share their text, so the last hit is tried first.
+    const auto same = [&field](const Memo &memo) {
+        return memo.data == field.constData() && memo.size == field.size();
+    };
+    if (same(m_memos[m_lastHitMemo]))
+        return m_memos[m_lastHitMemo].result;
+    for (std::size_t i = 0; i < m_memos.size(); ++i) {
+        if (same(m_memos[i])) {
+            m_lastHitMemo = i;
+            return m_memos[i].result;
+        }
     }
     const bool result = matches(field);
+    m_lastHitMemo = m_nextMemo;
     m_memos[m_nextMemo] = Memo{field.constData(), field.size(), result};
     m_nextMemo = (m_nextMemo + 1) % m_memos.size();
     return result;
+}
+
+std::optional<QByteArray> RuleSearch::foldedAsciiNeedle() const
+{
+    QByteArray needle;
+    needle.reserve(m_folded.size());
+    for (const QChar c : m_folded) {
+        const char16_t unit = c.unicode();
+        if (unit == 0)
+            return std::nullopt;
+        if (unit >= 0x80)
+            return QByteArray();
+        needle.append(char(unit));
+    }
+    if (needle.isEmpty())
+        return std::nullopt;
+    return needle;
 }

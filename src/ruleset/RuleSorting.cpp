@@ -138,6 +138,14 @@ public:
         }
     }
 
+    // A text key whose dense ranks are known.
+    SortColumn(const RuleSortDescriptor &descriptor, const std::vector<qint64> &ranks)
+        : m_ascending(descriptor.ascending)
+        , m_text(false)
+        , m_localized(false)
+        , m_numbers(ranks)
+    {}
+
     int compare(qsizetype a, qsizetype b) const
     {
         int result;
@@ -159,11 +167,57 @@ private:
     std::vector<QCollatorSortKey> m_keys;
 };
 
+// Whether every tie under `now` was a tie under `before`: each earlier key
+// is still sorted by, compared the same way.
+bool refinesOrder(const QList<RuleSortDescriptor> &now, const QList<RuleSortDescriptor> &before)
+{
+    return std::all_of(before.cbegin(), before.cend(), [&now](const RuleSortDescriptor &old) {
+        return !fieldForKey(old.key) ||
+               std::any_of(now.cbegin(), now.cend(), [&old](const RuleSortDescriptor &descriptor) {
+                   return descriptor.key == old.key && descriptor.comparison == old.comparison;
+               });
+    });
+}
+
 } // namespace
 
+int RuleManager::compareBySortOrder(const NVCRuleBase &a, const NVCRuleBase &b) const
+{
+    if (!m_sortDescriptors)
+        return 0;
+    for (const RuleSortDescriptor &descriptor : *m_sortDescriptors) {
+        const std::optional<Field> field = fieldForKey(descriptor.key);
+        if (!field)
+            continue;
+        int result;
+        if (!isTextField(*field)) {
+            result = compareNumbers(numberOf(a, *field), numberOf(b, *field));
+        } else {
+            const QString textA = textOf(a, *field);
+            const QString textB = textOf(b, *field);
+            switch (descriptor.comparison) {
+            case RuleSortDescriptor::Comparison::LocalizedStandardCompare:
+                result = localizedCollator().sortKey(textA).compare(localizedCollator().sortKey(textB));
+                break;
+            case RuleSortDescriptor::Comparison::CaseInsensitiveCompare:
+                result = textA.toCaseFolded().compare(textB.toCaseFolded());
+                break;
+            default:
+                result = textA.compare(textB);
+            }
+        }
+        if (result)
+            return descriptor.ascending ? result : -result;
+    }
+    return 0;
+}
 void RuleManager::sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors)
 {
     QMutexLocker locker(&m_lock);
+    // Sorting the shown order keeps the earlier order among ties; that is
+    // what a rebuild gives only when the new order refines the earlier one.
+    m_viewsMatchRebuild =
+        m_viewsMatchRebuild && (!m_sortDescriptors || refinesOrder(descriptors, *m_sortDescriptors));
     sortViews(descriptors);
     Q_EMIT viewChanged();
 }
@@ -172,7 +226,16 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
 {
     m_sortDescriptors = descriptors;
 
+    const auto knownRanks = [this](const RuleSortDescriptor &descriptor) -> const SortRanks * {
+        for (const SortRanks &known : m_sortRanks) {
+            if (known.key == descriptor.key && known.comparison == descriptor.comparison)
+                return &known;
+        }
+        return nullptr;
+    };
     std::vector<SortColumn> columns;
+    const RuleSortDescriptor *first = nullptr;
+    bool firstNeedsRanks = false;
     for (const RuleSortDescriptor &descriptor : descriptors) {
         const std::optional<Field> field = fieldForKey(descriptor.key);
         if (!field) {
@@ -180,7 +243,15 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
                 << QStringLiteral("Ignoring sort by unknown rule property %1").arg(descriptor.key);
             continue;
         }
-        columns.emplace_back(descriptor, *field, m_compositeIndex);
+        const SortRanks *known = isTextField(*field) ? knownRanks(descriptor) : nullptr;
+        if (!first) {
+            first = &descriptor;
+            firstNeedsRanks = isTextField(*field) && !known;
+        }
+        if (known)
+            columns.emplace_back(descriptor, known->ranks);
+        else
+            columns.emplace_back(descriptor, *field, m_compositeIndex);
     }
     if (columns.empty())
         return;
@@ -194,6 +265,28 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
         }
         return false;
     });
+
+    // Known ranks follow their rows; the first key's ranks come free from
+    // the sorted order, counting the places where its value changes.
+    for (SortRanks &known : m_sortRanks) {
+        std::vector<qint64> moved(order.size());
+        for (std::size_t at = 0; at < order.size(); ++at)
+            moved[at] = known.ranks[std::size_t(order[at])];
+        known.ranks = std::move(moved);
+    }
+    if (firstNeedsRanks) {
+        std::vector<qint64> ranks(order.size());
+        qint64 rank = 0;
+        for (std::size_t at = 1; at < order.size(); ++at) {
+            rank += columns.front().compare(order[at - 1], order[at]) != 0;
+            ranks[at] = rank;
+        }
+        if (!first->ascending) {
+            for (qint64 &value : ranks)
+                value = rank - value;
+        }
+        m_sortRanks.push_back(SortRanks{first->key, first->comparison, std::move(ranks)});
+    }
 
     // The user-only view is the system-free subsequence of the full one; a
     // stable sort keeps it so, so it is taken from the sorted full view.

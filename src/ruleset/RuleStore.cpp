@@ -1,3 +1,4 @@
+#include "PolicyFilterRows.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
 #include "RulePrefetch.h"
@@ -68,11 +69,13 @@ void RuleManager::rebuildRulesCache()
 
     // Keys are only ever added (or all replaced by reset), so the same count with
     // every sorted key still present means the key set is unchanged: filtering
-    // then skips the sort.
+    // then skips the sort. Filter rows outlive no change of the groups, so
+    // while they exist the keys are those they were built with.
     const bool keysUnchanged =
-        m_sortedKeys.size() == m_policyRulesByApplication.size() &&
-        std::all_of(m_sortedKeys.cbegin(), m_sortedKeys.cend(),
-                    [this](const QString &key) { return m_policyRulesByApplication.contains(key); });
+        m_filterRows || (m_sortedKeys.size() == m_policyRulesByApplication.size() &&
+                         std::all_of(m_sortedKeys.cbegin(), m_sortedKeys.cend(), [this](const QString &key) {
+                             return m_policyRulesByApplication.contains(key);
+                         }));
     if (!keysUnchanged)
         m_sortedKeys = sortedCaseInsensitive(m_policyRulesByApplication.keys());
 
@@ -80,6 +83,7 @@ void RuleManager::rebuildRulesCache()
     // the same size, and unshared lists keep their capacity.
     m_policyRules.clear();
     m_compositeIndex.clear();
+    m_sortRanks.clear();
     m_compositeIndexUserOnly.clear();
 
     const bool filtering = !m_searchString.isNull();
@@ -92,29 +96,20 @@ void RuleManager::rebuildRulesCache()
     }
 
     std::vector<const PolicyRulePtr *> policies;
-    for (const QString &key : std::as_const(m_sortedKeys)) {
-        const auto group = m_policyRulesByApplication.constFind(key);
-        if (group == m_policyRulesByApplication.cend())
-            continue;
-        for (const PolicyRulePtr &rule : *group) {
-            if (rule)
-                policies.push_back(&rule);
-        }
-    }
     if (filtering) {
-        const auto rejected = [&search](const PolicyRulePtr *rule) {
-            const PolicyRule &r = **rule;
-            return !search.matches(r.path) && !search.matchesShared(r.processName) &&
-                   !search.matchesShared(r.tag);
-        };
-        const std::size_t count = policies.size();
-        std::size_t kept = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            prefetchAhead(policies, i);
-            if (!rejected(policies[i]))
-                policies[kept++] = policies[i];
+        if (!keysUnchanged || !m_filterRows)
+            m_filterRows = std::make_unique<PolicyFilterRows>(m_sortedKeys, m_policyRulesByApplication);
+        policies = m_filterRows->matching(search);
+    } else {
+        for (const QString &key : std::as_const(m_sortedKeys)) {
+            const auto group = m_policyRulesByApplication.constFind(key);
+            if (group == m_policyRulesByApplication.cend())
+                continue;
+            for (const PolicyRulePtr &rule : *group) {
+                if (rule)
+                    policies.push_back(&rule);
+            }
         }
-        policies.resize(kept);
     }
 
     m_compositeIndex.reserve(qsizetype(watches.size() + policies.size()));
@@ -142,6 +137,7 @@ void RuleManager::rebuildRulesCache()
 
     if (m_sortDescriptors)
         sortViews(*m_sortDescriptors);
+    m_viewsMatchRebuild = true;
     Q_EMIT viewChanged();
 }
 
@@ -179,12 +175,18 @@ bool RuleManager::addPolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCach
         return false;
     }
     QMutexLocker locker(&m_lock);
+    const QString key = applicationGroupIdentityForRule(*rule);
     {
         QMutexLocker groupLocker(&m_groupMapLock);
-        m_policyRulesByApplication[applicationGroupIdentityForRule(*rule)].append(rule);
+        m_policyRulesByApplication[key].append(rule);
     }
+    m_filterRows.reset();
     invalidateRedundancyIndex();
-    if (rebuildRulesCache)
+    if (!rebuildRulesCache)
+        m_viewsMatchRebuild = false;
+    else if (m_viewsMatchRebuild)
+        insertIntoViews(rule, key);
+    else
         this->rebuildRulesCache();
     return true;
 }
@@ -203,6 +205,8 @@ bool RuleManager::addWatchRule(const WatchRulePtr &rule, bool rebuildRulesCache)
     }
     if (rebuildRulesCache)
         this->rebuildRulesCache();
+    else
+        m_viewsMatchRebuild = false;
     return true;
 }
 
@@ -220,8 +224,13 @@ bool RuleManager::deletePolicyRule(const PolicyRulePtr &rule, bool rebuildRulesC
         if (group != m_policyRulesByApplication.end())
             group->removeAll(rule);
     }
+    m_filterRows.reset();
     invalidateRedundancyIndex();
-    if (rebuildRulesCache)
+    if (!rebuildRulesCache)
+        m_viewsMatchRebuild = false;
+    else if (m_viewsMatchRebuild)
+        removeFromViews(rule);
+    else
         this->rebuildRulesCache();
     const auto group = m_policyRulesByApplication.constFind(key);
     return group != m_policyRulesByApplication.cend() && group->contains(rule);
@@ -236,5 +245,7 @@ bool RuleManager::deleteWatchRule(const WatchRulePtr &rule, bool rebuildRulesCac
     }
     if (rebuildRulesCache)
         this->rebuildRulesCache();
+    else
+        m_viewsMatchRebuild = false;
     return m_watchRules.contains(rule);
 }

@@ -465,6 +465,7 @@ void RulesEditorTableController::updateRule(const RuleBasePtr &rule, const QStri
 {
     if (!rule->system) {
         rule->tag = tag;
+        m_ruleManager->ruleChangedInPlace();
         qCDebug(lcRulesEditorTableController).noquote()
             << QStringLiteral("set tag to '%1' for rule %2 / %3").arg(tag, rule->processName, rule->path);
         m_model->reloadData();

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "RuleManager.h"
+
+#include <QMap>
+#include <algorithm>
+
+// The store's views computed the plain way, without any of its shortcuts:
+// watch rules, then policy groups ordered by their case-folded key (the key
+// itself breaking ties), members in insertion order; a filter keeps the rules
+// whose path, process or (policy rules only) tag holds the needle, folding
+// case one UTF-16 unit at a time.
+class StoreReferenceModel
+{
+public:
+    void addPolicy(const PolicyRulePtr &rule)
+    {
+        m_groups[RuleManager::applicationGroupIdentityForRule(*rule)].append(rule);
+    }
+    void addWatch(const WatchRulePtr &rule) { m_watches.append(rule); }
+    void deletePolicy(const PolicyRulePtr &rule)
+    {
+        const auto group = m_groups.find(RuleManager::applicationGroupIdentityForRule(*rule));
+        if (group != m_groups.end())
+            group->removeAll(rule);
+    }
+    void setFilter(const QString &text) { m_filter = text; }
+
+    QList<RuleBasePtr> view(bool includeSystemRules) const
+    {
+        QList<RuleBasePtr> result;
+        for (const WatchRulePtr &rule : m_watches) {
+            if (includes(*rule, false) && (includeSystemRules || !rule->system))
+                result.append(rule);
+        }
+        QStringList keys = m_groups.keys();
+        std::sort(keys.begin(), keys.end(), [](const QString &a, const QString &b) {
+            const QString foldedA = a.toCaseFolded();
+            const QString foldedB = b.toCaseFolded();
+            return foldedA != foldedB ? foldedA < foldedB : a < b;
+        });
+        for (const QString &key : keys) {
+            for (const PolicyRulePtr &rule : m_groups[key]) {
+                if (includes(*rule, true) && (includeSystemRules || !rule->system))
+                    result.append(rule);
+            }
+        }
+        return result;
+    }
+
+    static bool contains(const QString &field, const QString &needle)
+    {
+        if (field.isNull())
+            return false;
+        const auto fold = [](QChar c) { return QChar::toCaseFolded(c.unicode()); };
+        for (qsizetype at = 0; at + needle.size() <= field.size(); ++at) {
+            qsizetype i = 0;
+            while (i < needle.size() && fold(field[at + i]) == fold(needle[i]))
+                ++i;
+            if (i == needle.size())
+                return true;
+        }
+        return false;
+    }
+
+private:
+    bool includes(const NVCRuleBase &rule, bool withTag) const
+    {
+        return m_filter.isEmpty() || contains(rule.path, m_filter) || contains(rule.processName, m_filter) ||
+               (withTag && contains(rule.tag, m_filter));
+    }
+
+    QMap<QString, QList<PolicyRulePtr>> m_groups;
+    QList<WatchRulePtr> m_watches;
+    QString m_filter;
+};
