@@ -16,7 +16,6 @@ Q_LOGGING_CATEGORY(lcEditPolicyWindowController, "com.norvalis.EditPolicyWindowC
 
 namespace {
 
-constexpr quint32 kRead = 1, kWrite = 2, kCreate = 4, kMount = 8, kExec = 16;
 const QString kAny = QStringLiteral("any");
 
 QString orHome(const QString &typed)
@@ -118,11 +117,7 @@ void EditPolicyWindowController::updatePolicyEditor()
     ui->policyClassPopUp->setCurrentIndex(int(rule.policyClass));
     ui->policyTypePopUp->setCurrentIndex(int(rule.policyType));
 
-    ui->opReadButton->setChecked(rule.operations & kRead);
-    ui->opWriteButton->setChecked(rule.operations & kWrite);
-    ui->opCreateButton->setChecked(rule.operations & kCreate);
-    ui->opMountButton->setChecked(m_mountSupported && (rule.operations & kMount));
-    ui->opExecButton->setChecked(rule.operations & kExec);
+    NVCEditPolicyUI::setOperationBoxes(operationBoxes(), rule.operations, m_mountSupported);
 
     setApplicationIcon();
     setConstraintLabel();
@@ -261,10 +256,7 @@ void EditPolicyWindowController::composeRule(PolicyRule &rule) const
     rule.path = ui->anyPathCheckBox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
     rule.processName = processName;
     rule.constraint = ui->constraintTextField->text();
-    rule.operations =
-        (ui->opReadButton->isChecked() ? kRead : 0) | (ui->opWriteButton->isChecked() ? kWrite : 0) |
-        (ui->opCreateButton->isChecked() ? kCreate : 0) | (ui->opMountButton->isChecked() ? kMount : 0) |
-        (ui->opExecButton->isChecked() ? kExec : 0);
+    rule.operations = NVCEditPolicyUI::operationsFromBoxes(operationBoxes());
 }
 
 void EditPolicyWindowController::handleAddPolicy()
@@ -281,4 +273,9 @@ void EditPolicyWindowController::cancelClicked()
 {
     qCDebug(lcEditPolicyWindowController, "-[EditPolicyWindowController cancelClicked:]");
     close();
+}
+
+NVCEditPolicyUI::OperationBoxes EditPolicyWindowController::operationBoxes() const
+{
+    return {ui->opReadButton, ui->opWriteButton, ui->opCreateButton, ui->opMountButton, ui->opExecButton};
 }

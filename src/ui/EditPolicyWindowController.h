@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NVCEditPolicyUI.h"
 #include "PolicyRule.h"
 #include "RuleEditorWindow.h"
 
@@ -41,6 +42,7 @@ private:
     void browseApplicationClicked();
     // The rule as the controls describe it, written into `rule`.
     void composeRule(PolicyRule &rule) const;
+    NVCEditPolicyUI::OperationBoxes operationBoxes() const;
     void handleAddPolicy();
 
     std::unique_ptr<Ui::EditPolicyWindowController> ui;

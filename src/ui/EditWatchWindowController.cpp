@@ -15,7 +15,6 @@ Q_LOGGING_CATEGORY(lcEditWatchWindowController, "com.norvalis.EditWatchWindowCon
 
 namespace {
 
-constexpr quint32 kRead = 1, kWrite = 2, kCreate = 4, kMount = 8, kExec = 16;
 const QString kAny = QStringLiteral("any");
 
 } // namespace
@@ -91,11 +90,7 @@ void EditWatchWindowController::updateWatchEditor()
     fill(ui->processNameTextField, ui->anyApplicationCheckbox, rule.processName, tr("Any application"));
     fill(ui->pathTextField, ui->anyPathCheckbox, rule.path.isNull() ? QString() : rule.path, tr("Any path"));
     ui->watchTypePopUp->setCurrentIndex(int(rule.policyType));
-    ui->opReadButton->setChecked(rule.operations & kRead);
-    ui->opWriteButton->setChecked(rule.operations & kWrite);
-    ui->opCreateButton->setChecked(rule.operations & kCreate);
-    ui->opMountButton->setChecked(m_mountSupported && (rule.operations & kMount));
-    ui->opExecButton->setChecked(rule.operations & kExec);
+    NVCEditPolicyUI::setOperationBoxes(operationBoxes(), rule.operations, m_mountSupported);
 
     setApplicationIcon();
     const bool editable = !rule.system && isAuthorized();
@@ -206,10 +201,7 @@ void EditWatchWindowController::composeRule(WatchRule &rule) const
                            : Utilities::normalizePath(ui->processNameTextField->text());
     rule.path = ui->anyPathCheckbox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
     rule.policyType = quint32(ui->watchTypePopUp->currentIndex());
-    rule.operations =
-        (ui->opReadButton->isChecked() ? kRead : 0) | (ui->opWriteButton->isChecked() ? kWrite : 0) |
-        (ui->opCreateButton->isChecked() ? kCreate : 0) | (ui->opMountButton->isChecked() ? kMount : 0) |
-        (ui->opExecButton->isChecked() ? kExec : 0);
+    rule.operations = NVCEditPolicyUI::operationsFromBoxes(operationBoxes());
 }
 
 void EditWatchWindowController::handleAddWatchPolicy()
@@ -228,4 +220,9 @@ void EditWatchWindowController::cancelClicked()
 {
     qCDebug(lcEditWatchWindowController, "-[EditWatchWindowController cancelClicked:]");
     close();
+}
+
+NVCEditPolicyUI::OperationBoxes EditWatchWindowController::operationBoxes() const
+{
+    return {ui->opReadButton, ui->opWriteButton, ui->opCreateButton, ui->opMountButton, ui->opExecButton};
 }

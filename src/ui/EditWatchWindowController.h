@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NVCEditPolicyUI.h"
 #include "RuleEditorWindow.h"
 #include "WatchRule.h"
 
@@ -37,6 +38,7 @@ private:
     void browseApplicationClicked();
     // The watch rule as the controls describe it, written into `rule`.
     void composeRule(WatchRule &rule) const;
+    NVCEditPolicyUI::OperationBoxes operationBoxes() const;
     void handleAddWatchPolicy();
 
     std::unique_ptr<Ui::EditWatchWindowController> ui;

@@ -5,12 +5,14 @@
 #include "WatchRule.h"
 
 #include <QCoreApplication>
+#include <array>
 #include <functional>
 
 class QComboBox;
 class QLabel;
 class QLineEdit;
 class QWidget;
+class QAbstractButton;
 class RuleManager;
 
 // Helpers the rules table and both rule editors share: the texts, colours and
@@ -20,6 +22,13 @@ class NVCEditPolicyUI
     Q_DECLARE_TR_FUNCTIONS(NVCEditPolicyUI)
 public:
     static constexpr int columnCount = 8;
+
+    // An editor's operation check boxes in bit order: read 1, write 2,
+    // create 4, mount 8, execute 16.
+    using OperationBoxes = std::array<QAbstractButton *, 5>;
+    // Mount stays unticked where mounts are not supported, whatever the rule holds.
+    static void setOperationBoxes(const OperationBoxes &boxes, quint32 operations, bool mountSupported);
+    static quint32 operationsFromBoxes(const OperationBoxes &boxes);
 
     // Column 0: the "system" or "new" image for states 1 and 2.
     static void setRuleState(int state, RuleCell &cell);

@@ -3,6 +3,7 @@
 #include "RuleManager.h"
 #include "Utilities.h"
 
+#include <QAbstractButton>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QLabel>
@@ -125,4 +126,19 @@ void NVCEditPolicyUI::showInvalidInputWarning(QWidget *parent,
     QObject::connect(alert, &QMessageBox::finished, alert,
                      [alert, proceed, answer] { answer(alert->clickedButton() == proceed); });
     alert->open();
+}
+
+void NVCEditPolicyUI::setOperationBoxes(const OperationBoxes &boxes, quint32 operations, bool mountSupported)
+{
+    constexpr int mountBox = 3;
+    for (int bit = 0; bit < int(boxes.size()); ++bit)
+        boxes[bit]->setChecked((operations & (1u << bit)) && (bit != mountBox || mountSupported));
+}
+
+quint32 NVCEditPolicyUI::operationsFromBoxes(const OperationBoxes &boxes)
+{
+    quint32 operations = 0;
+    for (int bit = 0; bit < int(boxes.size()); ++bit)
+        operations |= boxes[bit]->isChecked() ? 1u << bit : 0u;
+    return operations;
 }
