@@ -1,10 +1,10 @@
 #include "BenchmarkData.h"
+#include "BenchmarkMain.h"
 #include "NVCRuleManager.h"
 #include "RulesEditorTableController.h"
 
 #include <QApplication>
 #include <QLineEdit>
-#include <QLoggingCategory>
 #include <QTableView>
 #include <benchmark/benchmark.h>
 
@@ -70,11 +70,5 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false\n*.warning=false"));
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return bench::runBenchmarks(argc, argv);
 }

@@ -191,7 +191,7 @@ void AppDelegate::setWaitViewVisible(bool visible)
 
 bool AppDelegate::waitViewVisible() const
 {
-    QMutexLocker locker(&const_cast<QRecursiveMutex &>(m_lock));
+    QMutexLocker locker(&m_lock);
     return m_waitViewVisible;
 }
 

@@ -112,7 +112,7 @@ private:
     NVCRuleManager *m_ruleManager;
     QStringList m_arguments;
     bool m_showPreferences = false;
-    QRecursiveMutex m_lock;
+    mutable QRecursiveMutex m_lock;
     QRecursiveMutex m_ruleReloadRequestsLock;
     QList<ReloadCallback> m_ruleReloadRequests;
     QThreadPool m_ruleLoadingQueue;

@@ -1,5 +1,7 @@
 #include "TestAccessDialog.h"
 
+#include "NVCEditPolicyUI.h"
+#include "Utilities.h"
 #include "ui_TestAccessDialog.h"
 
 #include <QDir>
@@ -10,25 +12,6 @@ namespace {
 
 // Operation bits in the order of the operation pop-up: read, write, create, modify, execute.
 constexpr quint32 kOperations[] = {1, 2, 4, 8, 16};
-
-QString expandedHome(const QString &path)
-{
-    return path == QLatin1String("~") || path.startsWith(QLatin1String("~/")) ? QDir::homePath() + path.mid(1)
-                                                                              : path;
-}
-
-bool isExecutable(const QString &path)
-{
-    const QFileInfo file(expandedHome(path));
-    return file.exists() && file.isExecutable();
-}
-
-void markField(QLineEdit *field, bool valid)
-{
-    // The rule editors' red: 0.71, 0, 0.
-    field->setStyleSheet(valid ? QString()
-                               : QStringLiteral("QLineEdit { border: 1px solid rgb(181, 0, 0); }"));
-}
 
 } // namespace
 
@@ -73,16 +56,19 @@ void TestAccessDialog::updateUI()
     const QString parent = ui->parentTextField->text().trimmed();
     const QString path = ui->pathTextField->text().trimmed();
     // Marks only: a rule may well be about a program or file that is not here.
-    markField(ui->programTextField, program.isEmpty() || isExecutable(program));
-    markField(ui->parentTextField, parent.isEmpty() || isExecutable(parent));
-    markField(ui->pathTextField,
-              path.isEmpty() || path.startsWith(u':') || QFileInfo::exists(expandedHome(path)));
+    const auto executable = [](const QString &text) {
+        return NVCEditPolicyUI::isExecutableAtPath(Utilities::expandTilde(text));
+    };
+    NVCEditPolicyUI::setBorderOf(ui->programTextField, program.isEmpty() || executable(program));
+    NVCEditPolicyUI::setBorderOf(ui->parentTextField, parent.isEmpty() || executable(parent));
+    NVCEditPolicyUI::setBorderOf(ui->pathTextField, path.isEmpty() || path.startsWith(u':') ||
+                                                        QFileInfo::exists(Utilities::expandTilde(path)));
     m_testButton->setEnabled(!program.isEmpty() && !path.isEmpty());
 }
 
 void TestAccessDialog::browse(QLineEdit *field, bool programs)
 {
-    const QString typed = expandedHome(field->text().trimmed());
+    const QString typed = Utilities::expandTilde(field->text().trimmed());
     auto *panel = new QFileDialog(this, tr("Use Path"), typed.isEmpty() ? QDir::homePath() : typed);
     panel->setOption(QFileDialog::DontUseNativeDialog);
     panel->setFileMode(programs ? QFileDialog::ExistingFile : QFileDialog::AnyFile);

@@ -7,14 +7,6 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-QList<RuleBasePtr> rows(const RuleManager &manager, bool includeSystemRules)
-{
-    QList<RuleBasePtr> result;
-    for (quint64 i = 0; i < manager.totalRules(includeSystemRules); ++i)
-        result.append(manager.ruleAtIndex(i, includeSystemRules));
-    return result;
-}
-
 QStringList paths(const QList<RuleBasePtr> &rules)
 {
     QStringList result;

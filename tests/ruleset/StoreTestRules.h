@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PolicyRule.h"
+#include "RuleManager.h"
 #include "WatchRule.h"
 
 #include <memory>
@@ -30,4 +31,13 @@ inline WatchRulePtr watchRule(const QString &path, const QString &processName, b
     rule->operations = Operation::Read;
     rule->system = system;
     return rule;
+}
+
+// A view of the store as its rows, with or without system rules.
+inline QList<RuleBasePtr> rows(const RuleManager &manager, bool includeSystemRules)
+{
+    QList<RuleBasePtr> result;
+    for (quint64 i = 0; i < manager.totalRules(includeSystemRules); ++i)
+        result.append(manager.ruleAtIndex(i, includeSystemRules));
+    return result;
 }

@@ -5,12 +5,23 @@
 #include "NVCRuleManager.h"
 #include "RulesDirtyFlag.h"
 #include "RulesEditorTableController.h"
+#include "RulesTableModel.h"
 #include "WaitUntil.h"
 
 #include <QMessageBox>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <memory>
+
+// The first row whose rule is `wanted`, or -1.
+inline int rowWhere(const RulesTableModel &model, const std::function<bool(const NVCRuleBase &)> &wanted)
+{
+    for (int row = 0; row < model.rowCount(); ++row) {
+        if (wanted(*model.ruleAtRow(row)))
+            return row;
+    }
+    return -1;
+}
 
 // The application on the stand-in daemons over the demo ruleset, with short
 // overlay fades; `launch` returns once the first load is done.

@@ -15,15 +15,6 @@
 
 namespace {
 
-int rowWhere(const RulesTableModel &model, const std::function<bool(const NVCRuleBase &)> &wanted)
-{
-    for (int row = 0; row < model.rowCount(); ++row) {
-        if (wanted(*model.ruleAtRow(row)))
-            return row;
-    }
-    return -1;
-}
-
 void clickButton(QMessageBox *box, const QString &text)
 {
     for (QAbstractButton *button : box->buttons()) {

@@ -15,15 +15,6 @@
 
 namespace {
 
-int rowWhere(const RulesTableModel &model, const std::function<bool(const NVCRuleBase &)> &wanted)
-{
-    for (int row = 0; row < model.rowCount(); ++row) {
-        if (wanted(*model.ruleAtRow(row)))
-            return row;
-    }
-    return -1;
-}
-
 int rowWithPath(const RulesTableModel &model, const QString &path, bool system = false)
 {
     return rowWhere(model,
