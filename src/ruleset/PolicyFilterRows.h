@@ -1,8 +1,8 @@
 #pragma once
 
+#include "FoldedAsciiTexts.h"
 #include "PolicyRule.h"
 
-#include <QByteArray>
 #include <QHash>
 #include <QStringList>
 #include <optional>
@@ -11,11 +11,11 @@
 
 class RuleSearch;
 
-// The policy rules in the views' group order, with every plain-ASCII path
-// case-folded into one byte blob, so that a filter keystroke searches
-// contiguous bytes once instead of every rule's path. Valid while the groups'
-// members stay the same; a path replaced since it was folded is noticed by its
-// data and searched afresh.
+// The policy rules in the views' group order, with every plain-ASCII path,
+// process name and tag lowered into byte blobs, so that a filter keystroke
+// searches contiguous bytes instead of every rule's fields and reads no rule
+// whose fields are plain ASCII. Valid while the groups' members and their
+// fields stay the same: the store drops it on every change.
 class PolicyFilterRows
 {
 public:
@@ -25,30 +25,23 @@ public:
     std::vector<const PolicyRulePtr *> matching(RuleSearch &search) const;
 
 private:
-    static constexpr quint32 kNotFolded = 0xFFFFFFFF;
-
     struct Row
     {
         const PolicyRulePtr *rule;
-        // A copy shares the folded path's data, so the rule's path cannot
-        // change without getting other data.
-        QString path;
-        quint32 folded;  // offset into m_folded, or kNotFolded
+        bool pathFolded;
         quint32 process; // index into m_sharedTexts
         quint32 tag;     // index into m_sharedTexts
     };
 
-    std::vector<bool> foldedPathHits(const QByteArray &needle) const;
     using TextData = std::pair<const QChar *, qsizetype>;
     using SharedTextIndexes = QHash<TextData, quint32>;
     using LastSharedText = std::optional<std::pair<TextData, quint32>>;
     quint32 sharedTextIndex(const QString &text, SharedTextIndexes &indexes, LastSharedText &last);
 
     std::vector<Row> m_rows;
-    QByteArray m_folded;                 // folded paths, each ended by a NUL
-    std::vector<quint32> m_foldedStarts; // offset of each folded path, ascending
-    std::vector<quint32> m_foldedRows;   // row of each folded path
+    FoldedAsciiTexts m_paths; // owned by rows
     // Process names and tags, shared by many rules, each tested once a keystroke.
-    // Copies here likewise pin the data a rule's text is recognised by.
     std::vector<QString> m_sharedTexts;
+    std::vector<bool> m_sharedTextFolded;
+    FoldedAsciiTexts m_foldedSharedTexts; // owned by shared texts
 };

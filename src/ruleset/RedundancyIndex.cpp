@@ -1,9 +1,11 @@
 #include "RedundancyIndex.h"
 
 #include "RuleManager.h"
+#include "RulePrefetch.h"
 #include "StringEquality.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -24,13 +26,34 @@ bool canCover(const PolicyRule &rule)
     return !rule.path.isNull() && !rule.constraint.isNull();
 }
 
+// Paths of a group mostly share a long beginning: four units are compared at once.
 qsizetype commonPrefixLength(QStringView a, QStringView b)
 {
+    const char16_t *x = a.utf16();
+    const char16_t *y = b.utf16();
     const qsizetype n = std::min(a.size(), b.size());
     qsizetype i = 0;
-    while (i < n && a[i] == b[i])
+    for (; i + 4 <= n; i += 4) {
+        quint64 left;
+        quint64 right;
+        std::memcpy(&left, x + i, sizeof left);
+        std::memcpy(&right, y + i, sizeof right);
+        if (left != right)
+            break;
+    }
+    while (i < n && x[i] == y[i])
         ++i;
     return i;
+}
+
+// Code unit order: any total order serves, as long as a path's prefixes sort
+// before it and paths sharing a prefix lie together.
+bool unitLess(QStringView a, QStringView b)
+{
+    const qsizetype shared = commonPrefixLength(a, b);
+    if (shared < a.size() && shared < b.size())
+        return a.utf16()[shared] < b.utf16()[shared];
+    return a.size() < b.size();
 }
 
 } // namespace
@@ -103,27 +126,34 @@ template <typename List> auto &bucketFor(List &list, quint32 policyClass, const 
 
 RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
 {
-    // Prefix rules sorted by path, so that rules on one path lie together.
-    std::vector<const PolicyRule *> prefixRules;
+    // Prefix rules sorted by path, so that rules on one path lie together. The
+    // views spare each comparison a visit to the rule.
+    std::vector<std::pair<QStringView, const PolicyRule *>> prefixRules;
     members.reserve(std::size_t(group.size()));
-    for (const PolicyRulePtr &member : group) {
+    constexpr qsizetype distance = 8;
+    for (qsizetype i = 0; i < group.size(); ++i) {
+        if (i + distance < group.size() && group[i + distance])
+            prefetchRuleData(group[i + distance].get());
+        const PolicyRulePtr &member = group[i];
         if (!member || !canCover(*member))
             continue;
         const PolicyRule &rule = *member;
         if (isWholeScopePath(rule.path))
             bucketFor(wholeScope, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
         else if (rule.policyType == PolicyType::Prefix)
-            prefixRules.push_back(&rule);
+            prefixRules.emplace_back(rule.path, &rule);
         else
             continue;
         members.push_back(&rule);
     }
     std::sort(members.begin(), members.end());
     std::sort(prefixRules.begin(), prefixRules.end(),
-              [](const PolicyRule *a, const PolicyRule *b) { return a->path < b->path; });
-    for (const PolicyRule *rule : prefixRules) {
-        if (prefix.empty() || prefix.back().path != rule->path)
-            prefix.push_back({rule->path, -1, {}});
+              [](const auto &a, const auto &b) { return unitLess(a.first, b.first); });
+    for (const auto &[path, rule] : prefixRules) {
+        if (prefix.empty() || pathOf(prefix.back()) != path) {
+            prefix.push_back({quint32(pathText.size()), quint32(path.size()), -1, {}});
+            pathText.append(path.utf16(), std::size_t(path.size()));
+        }
         bucketFor(prefix.back().buckets, rule->policyClass, rule->constraint).add(lowMask(rule->operations));
     }
 
@@ -131,7 +161,7 @@ RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
     // holds the prefix chain of the previous path.
     std::vector<int> chain;
     for (int i = 0; i < int(prefix.size()); ++i) {
-        while (!chain.empty() && !prefix[i].path.startsWith(prefix[chain.back()].path))
+        while (!chain.empty() && !pathOf(prefix[i]).startsWith(pathOf(prefix[chain.back()])))
             chain.pop_back();
         prefix[i].parent = chain.empty() ? -1 : chain.back();
         chain.push_back(i);
@@ -144,17 +174,23 @@ int RedundancyIndex::GroupIndex::selfCount(const PolicyRule &rule) const
     return int(last - first);
 }
 
-int RedundancyIndex::GroupIndex::longestPrefixOf(const QString &path) const
+QStringView RedundancyIndex::GroupIndex::pathOf(const PrefixPath &entry) const
+{
+    return QStringView(pathText.data() + entry.start, qsizetype(entry.length));
+}
+
+int RedundancyIndex::GroupIndex::longestPrefixOf(QStringView path) const
 {
     // Every indexed prefix of `path` sorts at or before it, and is a prefix of
     // the greatest indexed path not after it.
-    const auto after = std::upper_bound(prefix.begin(), prefix.end(), path,
-                                        [](const QString &p, const PrefixPath &e) { return p < e.path; });
+    const auto after =
+        std::upper_bound(prefix.begin(), prefix.end(), path,
+                         [this](QStringView p, const PrefixPath &e) { return unitLess(p, pathOf(e)); });
     if (after == prefix.begin())
         return -1;
     int candidate = int(after - prefix.begin()) - 1;
-    const qsizetype shared = commonPrefixLength(prefix[candidate].path, path);
-    while (candidate >= 0 && prefix[candidate].path.size() > shared)
+    const qsizetype shared = commonPrefixLength(pathOf(prefix[candidate]), path);
+    while (candidate >= 0 && qsizetype(prefix[candidate].length) > shared)
         candidate = prefix[candidate].parent;
     return candidate;
 }
@@ -180,7 +216,7 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
         if (!bucket)
             continue;
         int count = bucket->coveringCount(mask);
-        if (count > 0 && rule.policyType == PolicyType::Prefix && rule.path == prefix[i].path)
+        if (count > 0 && rule.policyType == PolicyType::Prefix && QStringView(rule.path) == pathOf(prefix[i]))
             count -= selfCount(rule);
         if (count > 0)
             return true;
@@ -188,33 +224,48 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
     return false;
 }
 
-bool RedundancyIndex::isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
+const RedundancyIndex::GroupIndex &RedundancyIndex::indexOf(const QList<PolicyRulePtr> &group)
 {
     auto it = m_groups.find(&group);
     if (it == m_groups.end())
         it = m_groups.try_emplace(&group, group).first;
-    return it->second.isRedundant(rule);
+    return it->second;
+}
+
+bool RedundancyIndex::isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
+{
+    return indexOf(group).isRedundant(rule);
 }
 
 bool RedundancyIndex::isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule)
 {
-    const QList<PolicyRulePtr> *group = groupOf(store, rule);
-    return group && isRedundant(*group, rule);
+    const GroupIndex *index = indexOf(store, rule);
+    return index && index->isRedundant(rule);
 }
 
-const QList<PolicyRulePtr> *RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store,
-                                                     const PolicyRule &rule)
+bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
 {
-    auto &candidates = m_groupsByTexts[{rule.processName.constData(), rule.constraint.constData()}];
     const auto sameText = [](const QString &a, const QString &b) {
         return a.constData() == b.constData() && a.size() == b.size() && a.isNull() == b.isNull();
     };
+    return sameText(processName, rule.processName) && sameText(constraint, rule.constraint);
+}
+
+const RedundancyIndex::GroupIndex *RedundancyIndex::indexOf(const QHash<QString, QList<PolicyRulePtr>> &store,
+                                                            const PolicyRule &rule)
+{
+    if (m_lastGroup && m_lastGroup->holdsTextsOf(rule))
+        return m_lastGroup->index;
+    auto &candidates = m_groupsByTexts[{rule.processName.constData(), rule.constraint.constData()}];
     for (const GroupOfTexts &known : candidates) {
-        if (sameText(known.processName, rule.processName) && sameText(known.constraint, rule.constraint))
-            return known.group;
+        if (known.holdsTextsOf(rule)) {
+            m_lastGroup = known;
+            return known.index;
+        }
     }
     const auto found = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
-    const QList<PolicyRulePtr> *group = found == store.cend() ? nullptr : &found.value();
-    candidates.append({rule.processName, rule.constraint, group});
-    return group;
+    const GroupIndex *index = found == store.cend() ? nullptr : &indexOf(found.value());
+    candidates.append({rule.processName, rule.constraint, index});
+    m_lastGroup = candidates.back();
+    return index;
 }

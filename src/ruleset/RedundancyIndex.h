@@ -6,6 +6,8 @@
 #include <QList>
 #include <QString>
 #include <QVarLengthArray>
+#include <optional>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -45,7 +47,8 @@ private:
 
     struct PrefixPath
     {
-        QString path;
+        quint32 start; // of the path in the group's path text
+        quint32 length;
         int parent = -1; // longest other indexed path that is a prefix of this one
         BucketList buckets;
     };
@@ -55,13 +58,17 @@ private:
         BucketList wholeScope;                   // rules on "any" or ""
         std::vector<PrefixPath> prefix;          // prefix rules, sorted by path
         std::vector<const PolicyRule *> members; // indexed rules, sorted by address
+        // The prefix paths side by side: searching them stays within one block
+        // instead of visiting each rule's own text.
+        std::u16string pathText;
 
         explicit GroupIndex(const QList<PolicyRulePtr> &group);
         bool isRedundant(const PolicyRule &rule) const;
 
     private:
         int selfCount(const PolicyRule &rule) const;
-        int longestPrefixOf(const QString &path) const;
+        QStringView pathOf(const PrefixPath &entry) const;
+        int longestPrefixOf(QStringView path) const;
     };
 
     // A group's rules share their process and constraint texts, so the group
@@ -71,11 +78,15 @@ private:
     {
         QString processName;
         QString constraint;
-        const QList<PolicyRulePtr> *group = nullptr;
+        const GroupIndex *index = nullptr; // none when the store lacks the group
+
+        bool holdsTextsOf(const PolicyRule &rule) const;
     };
-    const QList<PolicyRulePtr> *groupOf(const QHash<QString, QList<PolicyRulePtr>> &store,
-                                        const PolicyRule &rule);
+    const GroupIndex &indexOf(const QList<PolicyRulePtr> &group);
+    const GroupIndex *indexOf(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
     std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
     QHash<std::pair<const QChar *, const QChar *>, QVarLengthArray<GroupOfTexts, 1>> m_groupsByTexts;
+    // Rows are asked about group by group: the last answer is tried first.
+    std::optional<GroupOfTexts> m_lastGroup;
 };

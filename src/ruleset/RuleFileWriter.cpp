@@ -1,13 +1,13 @@
 #include "ProductFolders.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
+#include "RuleLineEncoder.h"
 #include "RulePrefetch.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
-#include <QStringEncoder>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -38,22 +38,21 @@ public:
         : m_fd(fd)
         , m_path(path)
         , m_lastErrorMessage(lastErrorMessage)
-        , m_encoder(QStringEncoder::Utf8)
     {
         m_batch.reserve(kBatchSize);
     }
 
     ~RuleLineSink() { flush(); }
 
-    void write(const QString &line)
+    // False, writing nothing, for a record that has no file line.
+    bool write(const NVCRuleBase &rule)
     {
-        const qsizetype start = m_batch.size();
-        m_batch.resize(start + m_encoder.requiredSpace(line.size()));
-        char *end = m_encoder.appendToBuffer(m_batch.data() + start, line);
-        m_batch.resize(end - m_batch.constData());
+        if (!m_encoder.append(m_batch, rule))
+            return false;
         m_lineEnds.push_back(m_batch.size());
         if (m_lineByLine || m_batch.size() >= kBatchSize)
             flush();
+        return true;
     }
 
 private:
@@ -110,7 +109,7 @@ private:
     int m_fd;
     const QString &m_path;
     QString &m_lastErrorMessage;
-    QStringEncoder m_encoder;
+    RuleLineEncoder m_encoder;
     QByteArray m_batch;
     std::vector<qsizetype> m_lineEnds;
     bool m_lineByLine = false;
@@ -138,11 +137,6 @@ void finishFile(int fd)
     // written, never on whatever the path names by now.
     ::fchmod(fd, kRulesetFileMode);
     ::close(fd);
-}
-
-bool hasTextForm(const NVCRuleBase *rule)
-{
-    return dynamic_cast<const PolicyRule *>(rule) || dynamic_cast<const WatchRule *>(rule);
 }
 
 } // namespace
@@ -175,7 +169,7 @@ bool RuleManager::writeToFile(const QString &path)
         RuleLineSink sink(fd, path, m_lastErrorMessage);
         for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
             if (rule && !rule->system)
-                sink.write(rule->toString());
+                sink.write(*rule);
         }
         const QList<PolicyRulePtr> &rules = m_policyRules;
         constexpr qsizetype distance = 8;
@@ -186,7 +180,7 @@ bool RuleManager::writeToFile(const QString &path)
                 prefetchRuleData(rules[i + distance / 2]->path.constData());
             const PolicyRulePtr &rule = rules[i];
             if (rule && !rule->system)
-                sink.write(rule->toString());
+                sink.write(*rule);
         }
     }
     finishFile(fd);
@@ -210,14 +204,12 @@ bool RuleManager::writeToFile(const QString &path, const QList<RuleBasePtr> &pol
     {
         RuleLineSink sink(fd, path, m_lastErrorMessage);
         for (const RuleBasePtr &rule : policiesToWrite) {
-            if (!hasTextForm(rule.get())) {
+            if (!rule || !sink.write(*rule)) {
                 qCWarning(lcRuleManagement).noquote()
                     << QStringLiteral("%1: Don't know how to render rule object %2")
                            .arg(QLatin1String("-[RuleManager writeToFile:policiesToWrite:]"),
                                 rule ? rule->description() : QStringLiteral("(null)"));
-                continue;
             }
-            sink.write(rule->toString());
         }
     }
     finishFile(fd);

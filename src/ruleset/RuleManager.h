@@ -84,8 +84,9 @@ public:
     bool deletePolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCache = true);
     bool deleteWatchRule(const WatchRulePtr &rule, bool rebuildRulesCache = true);
     void sortIndexUsingDescriptors(const QList<RuleSortDescriptor> &descriptors);
-    // A stored rule's fields were changed in place without a rebuild: the
-    // next change of the store rebuilds the views in full, as one did before.
+    // Must follow every change of a stored rule's fields in place: the next
+    // change of the store rebuilds the views in full, and the next filter and
+    // redundancy question read the fields afresh.
     void ruleChangedInPlace();
 
     // ---- validation and redundancy ----

@@ -1,3 +1,4 @@
+#include "PolicyFilterRows.h"
 #include "RuleManager.h"
 #include "RuleSearch.h"
 
@@ -25,6 +26,8 @@ void RuleManager::ruleChangedInPlace()
     QMutexLocker locker(&m_lock);
     m_viewsMatchRebuild = false;
     m_sortRanks.clear();
+    m_filterRows.reset();
+    invalidateRedundancyIndex();
 }
 
 void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)

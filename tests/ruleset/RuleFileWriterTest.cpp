@@ -3,9 +3,11 @@
 
 #include <QFile>
 #include <QRandomGenerator>
+#include <QStringEncoder>
 #include <QTemporaryDir>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <limits>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -69,6 +71,32 @@ TEST_F(RuleFileWriterTest, WritesUserWatchRulesThenPolicyRulesInGroupOrder)
                                            "allow suffix \"/a\" \"/bin/app\" rw \"say hi\" \"TEAM123456\" "
                                            "\"1700000000\"\n"
                                            "deny prefix \"/b\" \"/bin/Zed\" rx \"\" \"\" \"0\"\n"));
+}
+
+// Lines are encoded field by field: the bytes must still be those of each
+// record's whole text, lone surrogates and stripped quotes included.
+TEST_F(RuleFileWriterTest, LinesAreEachRecordsTextInUtf8)
+{
+    const QChar high(char16_t(0xd83d)), low(char16_t(0xde00));
+    const QStringList texts{u""_s,          QString(),         u"caf\u00e9 \u212a"_s, QString(high),
+                            QString(low),   u"a"_s + high,     low + u"b"_s,           u"\"q\"uo\"\""_s,
+                            high + u"\""_s, u"\""_s + low,     QString(high) + low};
+    QList<RuleBasePtr> records;
+    QByteArray expected;
+    qint64 created = std::numeric_limits<qint64>::min();
+    for (const QString &text : texts) {
+        auto rule = policyRule(PolicyClass::Deny, PolicyType::Suffix, text, text, 31, text);
+        rule->tag = text;
+        rule->created = created;
+        created = created / 3 + 7;
+        auto watch = watchRule(text, text);
+        watch->tag = text;
+        records << rule << watch;
+        expected += QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(rule->toString())) +
+                    QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(watch->toString()));
+    }
+    ASSERT_TRUE(manager.writeToFile(path(), records));
+    EXPECT_EQ(contents(path()).toHex(' ').toStdString(), expected.toHex(' ').toStdString());
 }
 
 TEST_F(RuleFileWriterTest, FilteredViewIsWrittenWholeAndRestoredExactly)

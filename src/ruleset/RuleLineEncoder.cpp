@@ -1,0 +1,80 @@
+#include "RuleLineEncoder.h"
+
+#include "PolicyRule.h"
+#include "RuleText.h"
+#include "WatchRule.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace {
+
+char *appendAscii(char *at, const char *text)
+{
+    const std::size_t length = std::strlen(text);
+    std::memcpy(at, text, length);
+    return at + length;
+}
+
+// Words and letters of a line are ASCII.
+char *appendAscii(char *at, const QString &text)
+{
+    for (const QChar c : text)
+        *at++ = char(c.unicode());
+    return at;
+}
+
+// The tag loses its double quotes in the file.
+template <typename Append> char *appendWithoutQuotes(char *at, QStringView text, Append appendText)
+{
+    qsizetype start = 0;
+    for (qsizetype quote = text.indexOf(u'"'); quote >= 0; quote = text.indexOf(u'"', start)) {
+        at = appendText(at, text.sliced(start, quote - start));
+        start = quote + 1;
+    }
+    return appendText(at, text.sliced(start));
+}
+
+} // namespace
+
+char *RuleLineEncoder::appendText(char *at, QStringView text)
+{
+    return m_encoder.appendToBuffer(at, text);
+}
+
+bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
+{
+    const auto *policy = dynamic_cast<const PolicyRule *>(&rule);
+    const bool watch = !policy && dynamic_cast<const WatchRule *>(&rule);
+    if (!policy && !watch)
+        return false;
+
+    constexpr qsizetype fixedPart = 96; // words, letters, quotes, blanks and a 64-bit number
+    const qsizetype textLength =
+        rule.path.size() + rule.processName.size() + rule.tag.size() + (policy ? rule.constraint.size() : 0);
+    const qsizetype start = out.size();
+    out.resize(start + fixedPart + 3 * textLength);
+    char *at = out.data() + start;
+    auto text = [this](char *to, QStringView field) { return appendText(to, field); };
+
+    at = policy ? appendAscii(at, RuleText::policyClassWord(rule.policyClass)) : appendAscii(at, "watch");
+    *at++ = ' ';
+    at = appendAscii(at, RuleText::policyTypeWord(rule.policyType));
+    at = appendAscii(at, " \"");
+    at = appendText(at, rule.path);
+    at = appendAscii(at, "\" \"");
+    at = appendText(at, rule.processName);
+    at = appendAscii(at, "\" ");
+    at = appendAscii(at, RuleText::operationLetters(rule.operations));
+    at = appendAscii(at, " \"");
+    at = appendWithoutQuotes(at, rule.tag, text);
+    if (policy) {
+        at = appendAscii(at, "\" \"");
+        at = appendText(at, rule.constraint);
+        at = appendAscii(at, "\" \"");
+        at = std::to_chars(at, at + 20, rule.created).ptr;
+    }
+    at = appendAscii(at, "\"\n");
+    out.resize(at - out.constData());
+    return true;
+}
