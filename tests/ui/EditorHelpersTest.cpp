@@ -1,7 +1,6 @@
 #include "NVCEditPolicyUI.h"
 #include "Utilities.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -49,16 +48,4 @@ TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
     const QString empty = Utilities::normalizePath(QStringLiteral(""));
     EXPECT_TRUE(empty.isEmpty() && !empty.isNull());
     qputenv("HOME", previousHome);
-}
-
-TEST(EditorHelpers, TypeFollowsTheTypedPath)
-{
-    QComboBox popup;
-    popup.addItems({QStringLiteral("Prefix"), QStringLiteral("Path"), QStringLiteral("Suffix")});
-    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QStringLiteral(".txt"), &popup);
-    EXPECT_EQ(popup.currentIndex(), 2);
-    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QDir::tempPath(), &popup);
-    EXPECT_EQ(popup.currentIndex(), 0);
-    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QStringLiteral("/no/such/file"), &popup);
-    EXPECT_EQ(popup.currentIndex(), 1);
 }
