@@ -27,7 +27,8 @@ protected:
     void start(const QString &authAnswer)
     {
         daemons.writeSystemFile(QStringLiteral("quiven.rc"),
-                                "deny prefix \"/dev/\" \"any\" r \"\" \"\" \"0\"\n");
+                                "deny prefix \"/dev/\" \"any\" r \"\" \"\" \"0\"\n"
+                                "deny prefix \"/home/ann/\" \"any\" w \"\" \"\" \"0\"\n");
         daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
                                 "allow path \"/home/ann/a\" \"/usr/bin/vi\" rw \"\" \"\" \"0\"\n"
                                 "watch prefix \"/etc/\" \"any\" wc \"config\"\n");
@@ -138,6 +139,21 @@ TEST_F(RulesCommand, ExportWritesTheUsersRulesAndImportAddsOnlyValidNewOnes)
     EXPECT_FALSE(daemons.userFile().contains("/home/ann/bad"));
 
     EXPECT_EQ(quivenctl({"import", scratch.filePath(QStringLiteral("missing.quiven"))}).exitCode, 1);
+}
+
+TEST_F(RulesCommand, MatchAnswersFromTheSystemAndUserRulesTheDaemonsHold)
+{
+    start(QStringLiteral("grant"));
+    const QuivenctlRun run = quivenctl(
+        {"match", "--process", "/usr/bin/vi", "--path", "/home/ann/a", "--operation", "w", "--json"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.data();
+    const QJsonArray matches = run.object()["matches"].toArray();
+    ASSERT_EQ(matches.size(), 2);
+    EXPECT_NE(matches[0]["system"], matches[1]["system"]);
+    // The rows are those of `rules list`, which lists the daemons' ruleset as the table shows it.
+    const QJsonArray listed = quivenctl({"list"}).object()["rules"].toArray();
+    for (const QJsonValue &match : matches)
+        EXPECT_EQ(listed[match["row"].toInt()]["text"], match["text"]);
 }
 
 } // namespace
