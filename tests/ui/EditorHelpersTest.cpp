@@ -1,4 +1,5 @@
 #include "NVCEditPolicyUI.h"
+#include "TestFiles.h"
 #include "Utilities.h"
 
 #include <QDir>
@@ -32,9 +33,7 @@ TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
     QTemporaryDir home;
     ASSERT_TRUE(QDir(home.path()).mkpath(QStringLiteral("real/inner")));
     ASSERT_TRUE(QFile::link(home.filePath(QStringLiteral("real")), home.filePath(QStringLiteral("link"))));
-    QFile file(home.filePath(QStringLiteral("real/notes.txt")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
+    ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("real/notes.txt")), {}));
 
     const QByteArray previousHome = qgetenv("HOME");
     qputenv("HOME", home.path().toUtf8());
