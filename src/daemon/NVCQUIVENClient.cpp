@@ -3,6 +3,7 @@
 #include "NVCQUIVENClientTerminationProtocolAdaptor.h"
 #include "NVCQUIVENDaemonProtocolProxy.h"
 
+#include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QLoggingCategory>
 
@@ -122,12 +123,25 @@ void NVCQUIVENClient::deliverValue(const QDBusPendingCall &call, Callback callba
         });
 }
 
+QDBusPendingCall NVCQUIVENClient::switchFilterCall(ComNorvalisNVCQUIVENDaemonProtocolInterface &daemon,
+                                                   bool enabled, bool needCleanup)
+{
+    // The daemon asks polkit about the caller, which may prompt the user as
+    // long as the user takes to answer.
+    constexpr int kPromptTimeoutMs = 10 * 60 * 1000;
+    QDBusMessage call = QDBusMessage::createMethodCall(daemon.service(), daemon.path(), daemon.interface(),
+                                                       QStringLiteral("setQUIVENEnabled"));
+    call << enabled << needCleanup;
+    call.setInteractiveAuthorizationAllowed(true);
+    return daemon.connection().asyncCall(call, kPromptTimeoutMs);
+}
+
 void NVCQUIVENClient::setQUIVENEnabled(bool enabled, bool needCleanup, std::function<void(bool)> callback)
 {
     auto *daemon = daemonProxy();
     if (!daemon)
         return;
-    deliverValue<bool>(daemon->setQUIVENEnabled(enabled, needCleanup), std::move(callback), false);
+    deliverValue<bool>(switchFilterCall(*daemon, enabled, needCleanup), std::move(callback), false);
 }
 
 void NVCQUIVENClient::getQUIVENFilterStatusWithCallback(std::function<void(qint64)> callback)

@@ -49,6 +49,10 @@ protected:
 
     // The daemon proxy, or null after `terminate` (calls are then dropped).
     ComNorvalisNVCQUIVENDaemonProtocolInterface *daemonProxy();
+    // The setQUIVENEnabled call, allowed to ask the user for authorization and
+    // waited for as long as that can take.
+    static QDBusPendingCall switchFilterCall(ComNorvalisNVCQUIVENDaemonProtocolInterface &daemon,
+                                             bool enabled, bool needCleanup);
     static ErrorCallback xpcErrorLogger();
 
 private:

@@ -52,80 +52,107 @@ bool writeAction(const QString &dir, const QString &answer)
                                           QFile::ExeGroup);
 }
 
+// A private bus with polkitd (the product's action file answering `answer`,
+// or the shipped defaults when empty), the authority and the filter daemon.
+struct PolkitStack
+{
+    explicit PolkitStack(const QString &answer)
+    {
+        ready = writeAction(actions.path(), answer) &&
+                QFile(shared.filePath(QStringLiteral("failsafe.rc"))).open(QIODevice::WriteOnly) &&
+                bus.isRunning() && bus.allowOtherUsers();
+        if (::geteuid() != 0 || !QFile::exists(kPolkitd))
+            skipReason = "needs root (for a private mount namespace) and polkitd";
+        else if (ready && !(polkit = startPolkit(bus, actions.path())))
+            skipReason = "polkitd cannot run on a private bus here";
+        ready = ready && polkit && authority.start(bus, QStringLiteral("com.norvalis.nrauthd")) &&
+                filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"));
+    }
+
+    // Root is always authorized, so callers run as an ordinary user.
+    std::string call(const QString &probe, const QStringList &arguments) const
+    {
+        const ProbeOutput answer = runProgram(bus, builtBinary(probe), arguments, true);
+        return answer.ran ? answer.fields.join(u' ').toStdString() : "probe failed";
+    }
+
+    std::string logs() const { return QByteArray(authority.output() + filterd.output()).toStdString(); }
+
+    QTemporaryDir actions;
+    QTemporaryDir shared;
+    QProcessEnvironment environment = [this] {
+        QProcessEnvironment withShared = QProcessEnvironment::systemEnvironment();
+        withShared.insert(QStringLiteral("QUIVEN_SHARED_DIR"), shared.path() + u'/');
+        return withShared;
+    }();
+    PrivateSystemBus bus{{sourceFile(QStringLiteral("tests/authorization/polkit-test-bus.conf"))}};
+    std::unique_ptr<StandInProcess> polkit;
+    StandInProcess authority{builtBinary(QStringLiteral("services/authority/quiven-authd")), {}, environment};
+    StandInProcess filterd{builtBinary(QStringLiteral("services/filterd/quiven-filterd")), {}, environment};
+    bool ready = false;
+    std::string skipReason;
+};
+
+const QString kDaemonCallProbe = QStringLiteral("tests/services/quiven-daemon-call-probe");
+const QString kFilterSwitchProbe = QStringLiteral("tests/authorization/quiven-filter-switch-probe");
+
 TEST(PolkitAuthority, AnswersAsThePolicySays)
 {
-    if (::geteuid() != 0 || !QFile::exists(kPolkitd))
-        GTEST_SKIP() << "needs root (for a private mount namespace) and polkitd";
-
     struct Case
     {
         const char *answer;
-        OSStatus interactive;
-        OSStatus quiet;
+        OSStatus status;
     };
     // Without an agent polkit cannot prompt, so auth_admin stays a challenge.
     const Case cases[] = {
-        {"yes", errAuthorizationSuccess, errAuthorizationSuccess},
-        {"no", errAuthorizationDenied, errAuthorizationDenied},
-        {"auth_admin", errAuthorizationInteractionNotAllowed, errAuthorizationInteractionNotAllowed},
+        {"yes", errAuthorizationSuccess},
+        {"no", errAuthorizationDenied},
+        {"auth_admin", errAuthorizationInteractionNotAllowed},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.answer);
-        QTemporaryDir actions;
-        ASSERT_TRUE(writeAction(actions.path(), QString::fromLatin1(c.answer)));
-        PrivateSystemBus bus({sourceFile(QStringLiteral("tests/authorization/polkit-test-bus.conf"))});
-        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        // polkitd and the unprivileged client both need to reach the socket.
-        ASSERT_TRUE(bus.allowOtherUsers());
-        auto polkit = startPolkit(bus, actions.path());
-        if (!polkit)
-            GTEST_SKIP() << "polkitd cannot run on a private bus here";
-        StandInProcess authority(builtBinary(QStringLiteral("services/authority/quiven-authd")), {},
-                                 QProcessEnvironment::systemEnvironment());
-        ASSERT_TRUE(authority.start(bus, QStringLiteral("com.norvalis.nrauthd")))
-            << authority.output().data();
-
-        // Root is always authorized, so the client runs as an ordinary user.
-        const ProbeOutput interactive = runProbe(bus, {QStringLiteral("create")}, true);
-        ASSERT_TRUE(interactive.ran);
-        EXPECT_EQ(interactive.fields.value(0).toInt(), c.interactive) << authority.output().data();
-        const ProbeOutput quiet = runProbe(bus, {QStringLiteral("create"), QStringLiteral("quiet")}, true);
-        ASSERT_TRUE(quiet.ran);
-        EXPECT_EQ(quiet.fields.value(0).toInt(), c.quiet) << authority.output().data();
+        PolkitStack stack(QString::fromLatin1(c.answer));
+        if (!stack.skipReason.empty())
+            GTEST_SKIP() << stack.skipReason;
+        if (!stack.skipReason.empty())
+            GTEST_SKIP() << stack.skipReason;
+        ASSERT_TRUE(stack.ready) << stack.bus.errorText().toStdString() << stack.logs();
+        for (const QStringList &create : {QStringList{QStringLiteral("create")},
+                                          QStringList{QStringLiteral("create"), QStringLiteral("quiet")}}) {
+            const ProbeOutput answer = runProbe(stack.bus, create, true);
+            ASSERT_TRUE(answer.ran);
+            EXPECT_EQ(answer.fields.value(0).toInt(), c.status) << stack.logs();
+        }
     }
 }
 
 TEST(PolkitAuthority, DaemonsRefuseCallersOutsideTheSessionByTheShippedDefaults)
 {
-    if (::geteuid() != 0 || !QFile::exists(kPolkitd))
-        GTEST_SKIP() << "needs root (for a private mount namespace) and polkitd";
-    QTemporaryDir actions;
-    QTemporaryDir shared;
-    ASSERT_TRUE(writeAction(actions.path(), QString()));
-    ASSERT_TRUE(QFile(shared.filePath(QStringLiteral("failsafe.rc"))).open(QIODevice::WriteOnly));
-    PrivateSystemBus bus({sourceFile(QStringLiteral("tests/authorization/polkit-test-bus.conf"))});
-    ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-    ASSERT_TRUE(bus.allowOtherUsers());
-    auto polkit = startPolkit(bus, actions.path());
-    if (!polkit)
-        GTEST_SKIP() << "polkitd cannot run on a private bus here";
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QUIVEN_SHARED_DIR"), shared.path() + u'/');
-    StandInProcess authority(builtBinary(QStringLiteral("services/authority/quiven-authd")), {}, environment);
-    StandInProcess filterd(builtBinary(QStringLiteral("services/filterd/quiven-filterd")), {}, environment);
-    ASSERT_TRUE(authority.start(bus, QStringLiteral("com.norvalis.nrauthd"))) << authority.output().data();
-    ASSERT_TRUE(filterd.start(bus, QStringLiteral("com.norvalis.nrquivend"))) << filterd.output().data();
-
+    PolkitStack stack{QString()};
+    if (!stack.skipReason.empty())
+        GTEST_SKIP() << stack.skipReason;
+    ASSERT_TRUE(stack.ready) << stack.bus.errorText().toStdString() << stack.logs();
     // setpriv gives a process of no login session: allow_any is no for both actions.
-    const QString probe = builtBinary(QStringLiteral("tests/services/quiven-daemon-call-probe"));
     for (const QStringList &call : {QStringList{QStringLiteral("delete-failsafe")},
-                                    QStringList{QStringLiteral("enable"), QStringLiteral("false")}}) {
-        const ProbeOutput answer = runProgram(bus, probe, call, true);
-        ASSERT_TRUE(answer.ran);
-        EXPECT_EQ(answer.fields, QStringList{QStringLiteral("com.norvalis.Error.NotAuthorized")})
-            << call.join(u' ').toStdString() << authority.output().data();
-    }
-    EXPECT_TRUE(QFile::exists(shared.filePath(QStringLiteral("failsafe.rc"))));
+                                    QStringList{QStringLiteral("enable"), QStringLiteral("false")}})
+        EXPECT_EQ(stack.call(kDaemonCallProbe, call), "com.norvalis.Error.NotAuthorized")
+            << call.join(u' ').toStdString() << stack.logs();
+    EXPECT_TRUE(QFile::exists(stack.shared.filePath(QStringLiteral("failsafe.rc"))));
+}
+
+// Switching the filter may prompt: polkit asks the caller's agent only when
+// the call allowed interaction, and a turned-down prompt is still a refusal.
+TEST(PolkitAuthority, SwitchingTheFilterAsksTheCallersAgentOnlyWhenTheCallAllowsIt)
+{
+    PolkitStack stack(QStringLiteral("auth_admin"));
+    if (!stack.skipReason.empty())
+        GTEST_SKIP() << stack.skipReason;
+    ASSERT_TRUE(stack.ready) << stack.bus.errorText().toStdString() << stack.logs();
+    EXPECT_EQ(stack.call(kFilterSwitchProbe, {}),
+              "com.norvalis.quiven.admin com.norvalis.Error.NotAuthorized")
+        << stack.logs();
+    EXPECT_EQ(stack.call(kFilterSwitchProbe, {QStringLiteral("quiet")}), "- com.norvalis.Error.NotAuthorized")
+        << stack.logs();
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "NVCCustomization.h"
 #include "NVCCustomizedStrings.h"
+#include "TestFiles.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -28,11 +29,8 @@ TEST_P(CustomizationFile, ReadsSwitchesAndFallsBackToDefaults)
 {
     QTemporaryDir folder;
     ASSERT_TRUE(folder.isValid());
-    if (GetParam().content) {
-        QFile file(folder.filePath(NVCCustomization::customizationFileName()));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(GetParam().content);
-    }
+    ASSERT_TRUE(!GetParam().content ||
+                writeFile(folder.filePath(NVCCustomization::customizationFileName()), GetParam().content));
     const NVCCustomization customization(folder.path());
     EXPECT_EQ(customization.quivenSystemRulesVisible(), GetParam().visible);
     EXPECT_EQ(customization.quivenSystemRulesAvailable(), GetParam().available);
@@ -56,10 +54,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(CustomizationFile, ApplicationNameFeedsTheAuthorizationMessage)
 {
     QTemporaryDir folder;
-    QFile file(folder.filePath(NVCCustomization::customizationFileName()));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(R"({"applicationName": "Acme %%QUIVEN_NAME%%"})");
-    file.close();
+    ASSERT_TRUE(writeFile(folder.filePath(NVCCustomization::customizationFileName()),
+                          R"({"applicationName": "Acme %%QUIVEN_NAME%%"})"));
     const NVCCustomizedStrings strings(std::make_shared<NVCCustomization>(folder.path()));
     EXPECT_EQ(strings.customizedAuthorizationMessage(),
               QStringLiteral("Acme %%QUIVEN_NAME%% wants to make changes."));

@@ -3,6 +3,7 @@
 #include "PolicyRule.h"
 #include "PrivateSystemBus.h"
 #include "RuleCoding.h"
+#include "TestFiles.h"
 #include "WatchRule.h"
 
 #include <QCoreApplication>
@@ -43,9 +44,7 @@ public Q_SLOTS:
 QString writeEchoPolicy(const QTemporaryDir &dir)
 {
     const QString path = dir.filePath(QStringLiteral("echo.conf"));
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+    writeFile(path, R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <policy context="default">

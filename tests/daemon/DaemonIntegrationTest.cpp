@@ -31,20 +31,11 @@ protected:
 TEST_F(DaemonIntegration, FilterClientCallsReachTheDaemon)
 {
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    std::optional<bool> done;
-    client.setQUIVENEnabled(false, false, [&](bool value) { done = value; });
-    ASSERT_TRUE(waitUntil([&] { return done.has_value(); }));
-    EXPECT_TRUE(*done);
+    EXPECT_EQ(answerOf<bool>([&](auto done) { client.setQUIVENEnabled(false, false, done); }), true);
+    EXPECT_EQ(answerOf<qint64>([&](auto done) { client.getQUIVENFilterStatusWithCallback(done); }), 0);
 
-    std::optional<qint64> status;
-    client.getQUIVENFilterStatusWithCallback([&](qint64 value) { status = value; });
-    ASSERT_TRUE(waitUntil([&] { return status.has_value(); }));
-    EXPECT_EQ(*status, 0);
-
-    QFile::copy(QStringLiteral(QUIVEN_SOURCE_DIR "/dbus/com.norvalis.nrquivend.conf"),
-                daemons.sharedFolder() + "failsafe.rc");
-    QFile::copy(QStringLiteral(QUIVEN_SOURCE_DIR "/dbus/com.norvalis.nrquivend.conf"),
-                daemons.sharedFolder() + "failsafe.rc.strict");
+    daemons.writeSharedFile(QStringLiteral("failsafe.rc"), "x");
+    daemons.writeSharedFile(QStringLiteral("failsafe.rc.strict"), "x");
     client.deleteFailsafeLog();
     EXPECT_TRUE(waitUntil([&] { return !QFile::exists(daemons.sharedFolder() + "failsafe.rc.strict"); }));
     EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
@@ -70,31 +61,25 @@ TEST_F(DaemonIntegration, TerminateSilencesTheClientButOnlyShutdownEndsIt)
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
 
     NVCQUIVENClient other(connection, NVCNamespace(QString()));
-    std::vector<qint64> statuses;
-    for (std::size_t asked = 1; asked <= 2; ++asked) {
-        other.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
-        ASSERT_TRUE(waitUntil([&] { return statuses.size() >= asked; }));
-    }
     // One fallback answer per request, and nothing for the terminated client.
-    EXPECT_EQ(statuses, (std::vector<qint64>{0, 0}));
+    for (int asked = 0; asked < 2; ++asked)
+        EXPECT_EQ(answerOf<qint64>([&](auto done) { other.getQUIVENFilterStatusWithCallback(done); }), 0);
     EXPECT_EQ(calls, 0);
 
-    // A client shut down without unsubscribing may still make a new link ...
+    // A client shut down without unsubscribing may still make a new link; one shut down for good may not.
     NVCSettingsClient settings(connection, NVCNamespace(QString()));
+    const auto settingsError = [&] {
+        return answerOf<QDBusError>([&](auto done) {
+                   settings.getSystemSettingsWithReply(
+                       [done](const QVariantMap &, const QDBusError &error) { done(error); });
+               })
+            .value_or(QDBusError(QDBusError::Timeout, QString()))
+            .type();
+    };
     settings.shutdownWithoutUnsubscribe();
-    std::optional<QDBusError> answer;
-    settings.getSystemSettingsWithReply(
-        [&](const QVariantMap &, const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
-
-    // ... a client shut down for good may not.
+    EXPECT_EQ(settingsError(), QDBusError::NoError);
     settings.shutdown();
-    answer.reset();
-    settings.getSystemSettingsWithReply(
-        [&](const QVariantMap &, const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_EQ(answer->type(), QDBusError::Disconnected);
+    EXPECT_EQ(settingsError(), QDBusError::Disconnected);
 }
 
 TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
@@ -179,23 +164,15 @@ TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
     bus.stop();
     EXPECT_TRUE(waitUntil([&] { return !client.isRegistered(); }));
 
-    std::vector<qint64> statuses;
-    for (std::size_t asked = 1; asked <= 2; ++asked) {
-        client.getQUIVENFilterStatusWithCallback([&](qint64 value) { statuses.push_back(value); });
-        ASSERT_TRUE(waitUntil([&] { return statuses.size() >= asked; }));
-    }
-    EXPECT_EQ(statuses, (std::vector<qint64>{0, 0}));
+    for (int asked = 0; asked < 2; ++asked)
+        EXPECT_EQ(answerOf<qint64>([&](auto done) { client.getQUIVENFilterStatusWithCallback(done); }), 0);
 }
 
 TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
 {
     NVCSettingsClient client(connection, NVCNamespace(QString()));
-    std::optional<QVariantMap> settings;
     const auto read = [&] {
-        settings.reset();
-        client.getSystemSettingsWithReply(
-            [&](const QVariantMap &value, const QDBusError &) { settings = value; });
-        return waitUntil([&] { return settings.has_value(); });
+        return answerOf<QVariantMap>([&](auto done) { client.getSystemSettingsWithReply(done); });
     };
     ASSERT_TRUE(read());
     daemons.settingsd().kill9();
@@ -206,8 +183,7 @@ TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
 
     ASSERT_TRUE(daemons.startSettingsd());
-    ASSERT_TRUE(read());
-    EXPECT_TRUE(settings->contains(QStringLiteral("quiven-system-ruleset-in-use")));
+    EXPECT_TRUE(read().value_or(QVariantMap()).contains(QStringLiteral("quiven-system-ruleset-in-use")));
 }
 
 TEST_F(DaemonIntegration, SubscriptionsOfAClientThatLeftTheBusAreDropped)
@@ -232,10 +208,7 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
 {
     NVCSettingsPrivilegedClient client(connection, NVCNamespace(QString()));
     EXPECT_TRUE(client.systemSettings().isEmpty());
-    std::optional<bool> started;
-    client.startListenersWithReply([&](bool ok) { started = ok; });
-    ASSERT_TRUE(waitUntil([&] { return started.has_value(); }));
-    EXPECT_TRUE(*started);
+    ASSERT_EQ(answerOf<bool>([&](auto done) { client.startListenersWithReply(done); }), true);
     EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
     client.setupSettingsNotification();
 
@@ -246,10 +219,11 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
     int unanswered = 0;
     client.setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &) { ++unanswered; });
 
-    std::optional<QDBusError> answer;
-    client.setQUIVENSystemRuleSet(2, QByteArray(32, 'a'), [&](const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
+    const auto errorOf = [](auto call) {
+        return answerOf<QDBusError>(call).value_or(QDBusError(QDBusError::Timeout, QString())).name();
+    };
+    EXPECT_EQ(errorOf([&](auto done) { client.setQUIVENSystemRuleSet(2, QByteArray(32, 'a'), done); }),
+              QString());
     ASSERT_TRUE(waitUntil([&] { return order.size() == 2; }));
     EXPECT_EQ(order, (std::vector<int>{1, 2}));
     EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
@@ -257,19 +231,18 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
 
     // The holder setters send the holder they are given and report like the others.
     const auto utility = std::make_shared<NVCAuthorization>(connection);
-    answer.reset();
-    client.setQUIVENAdvancedMode(true, *NVCAuthorizationHolder::withEmptyAuthorization(),
-                                 [&](const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_EQ(answer->name(), QStringLiteral("com.norvalis.Error.InvalidArgument"));
-    answer.reset();
-    client.setQUIVENNonAdminCanSaveRules(
-        true,
-        *NVCAuthorizationHolder::withAuthorization(
-            utility->authorizationWithData(QByteArray(32, 'a'), nullptr), utility, true),
-        [&](const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_FALSE(answer->isValid()) << answer->message().toStdString();
+    EXPECT_EQ(errorOf([&](auto done) {
+                  client.setQUIVENAdvancedMode(true, *NVCAuthorizationHolder::withEmptyAuthorization(), done);
+              }),
+              QStringLiteral("com.norvalis.Error.InvalidArgument"));
+    EXPECT_EQ(errorOf([&](auto done) {
+                  client.setQUIVENNonAdminCanSaveRules(
+                      true,
+                      *NVCAuthorizationHolder::withAuthorization(
+                          utility->authorizationWithData(QByteArray(32, 'a'), nullptr), utility, true),
+                      done);
+              }),
+              QString());
     ASSERT_TRUE(waitUntil([&] {
         return client.systemSettings().value(QStringLiteral("quiven-policy-save-no-admins")).toBool();
     }));
@@ -277,19 +250,17 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
     // The setting survives a restart of the daemon.
     daemons.settingsd().terminate();
     ASSERT_TRUE(daemons.startSettingsd());
-    std::optional<QVariantMap> reread;
-    client.getSystemSettingsWithReply(
-        [&](const QVariantMap &settings, const QDBusError &) { reread = settings; });
-    ASSERT_TRUE(waitUntil([&] { return reread.has_value(); }));
-    EXPECT_EQ(reread->value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
+    const auto reread = answerOf<QVariantMap>([&](auto done) { client.getSystemSettingsWithReply(done); });
+    EXPECT_EQ(reread.value_or(QVariantMap()).value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(),
+              2);
 
     // Without a bus the holder setters still answer, with the connection's error.
     bus.stop();
-    answer.reset();
-    client.setQUIVENAdvancedMode(false, *NVCAuthorizationHolder::withEmptyAuthorization(),
-                                 [&](const QDBusError &error) { answer = error; });
-    ASSERT_TRUE(waitUntil([&] { return answer.has_value(); }));
-    EXPECT_TRUE(answer->isValid());
+    EXPECT_NE(errorOf([&](auto done) {
+                  client.setQUIVENAdvancedMode(false, *NVCAuthorizationHolder::withEmptyAuthorization(),
+                                               done);
+              }),
+              QString());
 }
 
 } // namespace

@@ -34,10 +34,9 @@ protected:
     // A save the filter daemon takes (it checks no authorization here) and announces.
     bool save(NVCQUIVENRuleClient &client)
     {
-        std::optional<QDBusError> answer;
-        client.setUserWatchRules({}, {}, QByteArray(32, 'a'),
-                                 [&](const QDBusError &error) { answer = error; }, {});
-        return waitUntil([&] { return answer.has_value(); }) && !answer->isValid();
+        const auto answer = answerOf<QDBusError>(
+            [&](auto done) { client.setUserWatchRules({}, {}, QByteArray(32, 'a'), done, {}); });
+        return answer && !answer->isValid();
     }
 
     DaemonStack daemons{DaemonStack::Checks::InsecureDev};
@@ -184,10 +183,7 @@ TEST(AllowList, ItsChangeNotificationIsRegisteredWithTheSettingsOneAndRefreshesT
     ASSERT_TRUE(daemonSide.registerService(QStringLiteral("com.norvalis.nrsettingsd")));
 
     NVCSettingsClient client(bus.connect(QStringLiteral("client")), NVCNamespace(QString()));
-    std::optional<bool> started;
-    client.startListenersWithReply([&](bool ok) { started = ok; });
-    ASSERT_TRUE(waitUntil([&] { return started.has_value(); }));
-    EXPECT_TRUE(*started);
+    ASSERT_EQ(answerOf<bool>([&](auto done) { client.startListenersWithReply(done); }), true);
     EXPECT_TRUE(client.isWhitelistNotificationRegistered());
     EXPECT_EQ(client.userWhitelist(), QStringList{QStringLiteral("/usr/bin/first")});
 

@@ -1,5 +1,7 @@
 #include "NVCNamespace.h"
 
+#include "TestFiles.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -38,15 +40,12 @@ TEST(NVCNamespace, InstalledFileWinsEvenUnreadableAndGivesTheEmptyNamespaceThen)
     QTemporaryDir dir;
     const QString installed = dir.filePath(QStringLiteral("installed"));
     const QString executableFolder = dir.filePath(QStringLiteral("bin"));
-    ASSERT_TRUE(QDir().mkpath(executableFolder));
-    QFile besideExecutable(executableFolder + QStringLiteral("/namespace"));
-    ASSERT_TRUE(besideExecutable.open(QIODevice::WriteOnly));
-    besideExecutable.write(" beta\n\n");
-    besideExecutable.close();
+    const QString besideExecutable = executableFolder + QStringLiteral("/namespace");
+    ASSERT_TRUE(writeFile(besideExecutable, " beta\n\n"));
 
     // No installed file: the one beside the executable, trimmed.
-    EXPECT_EQ(NVCNamespace::namespaceFilePath(installed, executableFolder), besideExecutable.fileName());
-    EXPECT_EQ(NVCNamespace::readNamespaceFile(besideExecutable.fileName()), QStringLiteral("beta"));
+    EXPECT_EQ(NVCNamespace::namespaceFilePath(installed, executableFolder), besideExecutable);
+    EXPECT_EQ(NVCNamespace::readNamespaceFile(besideExecutable), QStringLiteral("beta"));
     EXPECT_EQ(NVCNamespace::readNamespaceFile(dir.filePath(QStringLiteral("missing"))), QString());
 
     // An installed file that exists but cannot be read (a folder here) is still

@@ -50,10 +50,9 @@ protected:
         auto policy = std::make_shared<PolicyRule>();
         policy->path = QStringLiteral("/home/ann/a");
         policy->processName = QStringLiteral("any");
-        std::optional<QDBusError> answer;
-        client->setUserWatchRules({watch}, {policy}, {}, [&](const QDBusError &error) { answer = error; },
-                                  {});
-        return waitUntil([&] { return answer.has_value(); }) && !answer->isValid();
+        const auto answer = answerOf<QDBusError>(
+            [&](auto done) { client->setUserWatchRules({watch}, {policy}, {}, done, {}); });
+        return answer && !answer->isValid();
     }
 
     const QString protocol = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);

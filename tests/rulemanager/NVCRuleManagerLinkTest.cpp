@@ -26,9 +26,7 @@ protected:
         ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
         connection = daemons.bus().connect(QStringLiteral("rule-manager"));
         manager = std::make_unique<NVCRuleManager>(connection, NVCNamespace(QString()));
-        std::optional<bool> loaded;
-        manager->loadSystemRuleSetWithCallback([&](bool ok) { loaded = ok; });
-        ASSERT_TRUE(waitUntil([&] { return loaded.has_value(); }));
+        ASSERT_TRUE(answerOf<bool>([&](auto done) { manager->loadSystemRuleSetWithCallback(done); }));
     }
 
     DaemonStack daemons;
@@ -77,9 +75,8 @@ TEST_F(RuleManagerLink, LogLinesAsOperatorsKnowThem)
     LogCapture log;
     start();
 
-    std::optional<bool> reloaded;
-    manager->reloadCurrentUserConfigurationWithCallback([&](bool ok) { reloaded = ok; });
-    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }));
+    ASSERT_TRUE(
+        answerOf<bool>([&](auto done) { manager->reloadCurrentUserConfigurationWithCallback(done); }));
     EXPECT_TRUE(log.contains("Activity started: Reload current user configuration"));
     EXPECT_TRUE(log.contains("Activity ended: Reload current user configuration"));
 
@@ -101,10 +98,11 @@ TEST_F(RuleManagerLink, LogLinesAsOperatorsKnowThem)
     manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess,
                                                   [&] { finalizedWithoutBus = true; });
     EXPECT_TRUE(waitUntil([&] { return log.count("XPC error: ") > errorsBefore; })) << log.dump();
-    std::optional<QDBusError> failure;
-    manager->quivenClient()->getUserRuleset([](const QList<WatchRulePtr> &, const QList<PolicyRulePtr> &) {},
-                                            [&](const QDBusError &error) { failure = error; });
-    ASSERT_TRUE(waitUntil([&] { return failure.has_value(); }));
+    const auto failure = answerOf<QDBusError>([&](auto done) {
+        manager->quivenClient()->getUserRuleset(
+            [](const QList<WatchRulePtr> &, const QList<PolicyRulePtr> &) {}, done);
+    });
+    ASSERT_TRUE(failure);
     EXPECT_EQ(failure->type(), QDBusError::Disconnected);
     EXPECT_FALSE(finalizedWithoutBus);
 }

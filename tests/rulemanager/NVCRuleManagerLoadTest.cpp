@@ -97,10 +97,8 @@ TEST_F(RuleManagerLoad, FullLoadMergesSystemFilesPreferencesAndTheDaemonsUserRul
                                 "watch prefix \"/etc/\" \"any\" wc \"configuration changes\"\n");
     start();
 
-    std::optional<bool> loaded;
-    manager->loadSystemRuleSetWithCallback([&](bool ok) { loaded = ok; });
-    ASSERT_TRUE(waitUntil([&] { return loaded.has_value(); })) << daemons.failureText().toStdString();
-    EXPECT_TRUE(*loaded);
+    ASSERT_EQ(answerOf<bool>([&](auto done) { manager->loadSystemRuleSetWithCallback(done); }), true)
+        << daemons.failureText().toStdString();
     EXPECT_EQ(rulePaths(*manager, true),
               (QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/user"}));
     EXPECT_EQ(rulePaths(*manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
@@ -108,9 +106,8 @@ TEST_F(RuleManagerLoad, FullLoadMergesSystemFilesPreferencesAndTheDaemonsUserRul
     EXPECT_EQ(manager->userWatchRules().size(), 1);
 
     // A reload starts from scratch instead of stacking a second copy.
-    std::optional<bool> reloaded;
-    manager->reloadCurrentUserConfigurationWithCallback([&](bool ok) { reloaded = ok; });
-    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }));
+    ASSERT_TRUE(
+        answerOf<bool>([&](auto done) { manager->reloadCurrentUserConfigurationWithCallback(done); }));
     EXPECT_EQ(manager->compositeIndex().size(), 6);
 }
 

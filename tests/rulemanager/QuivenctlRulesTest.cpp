@@ -1,5 +1,6 @@
 #include "DaemonStack.h"
 #include "QuivenctlRunner.h"
+#include "TestFiles.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -27,7 +28,8 @@ protected:
     void start(const QString &authAnswer)
     {
         daemons.writeSystemFile(QStringLiteral("quiven.rc"),
-                                "deny prefix \"/dev/\" \"any\" r \"\" \"\" \"0\"\n");
+                                "deny prefix \"/dev/\" \"any\" r \"\" \"\" \"0\"\n"
+                                "deny prefix \"/home/ann/\" \"any\" w \"\" \"\" \"0\"\n");
         daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
                                 "allow path \"/home/ann/a\" \"/usr/bin/vi\" rw \"\" \"\" \"0\"\n"
                                 "watch prefix \"/etc/\" \"any\" wc \"config\"\n");
@@ -111,26 +113,20 @@ TEST_F(RulesCommand, ExportWritesTheUsersRulesAndImportAddsOnlyValidNewOnes)
     const QuivenctlRun exported = quivenctl({"export", "--out", everything});
     ASSERT_EQ(exported.exitCode, 0) << exported.err.data();
     EXPECT_EQ(exported.object().value("exported").toInt(), 2);
-    QFile all(everything);
-    ASSERT_TRUE(all.open(QIODevice::ReadOnly));
-    const QByteArray allText = all.readAll();
+    const QByteArray allText = readFile(everything);
     EXPECT_TRUE(allText.contains("/home/ann/a") && allText.contains("/etc/"));
     EXPECT_FALSE(allText.contains("/dev/"));
 
     const QString one = scratch.filePath(QStringLiteral("one.quiven"));
     ASSERT_EQ(quivenctl({"export", "--out", one, "--select", "1"}).exitCode, 0);
-    QFile selected(one);
-    ASSERT_TRUE(selected.open(QIODevice::ReadOnly));
-    EXPECT_EQ(selected.readAll().count('\n'), 1);
+    EXPECT_EQ(readFile(one).count('\n'), 1);
     EXPECT_EQ(quivenctl({"export", "--out", one, "--select", "7"}).exitCode, 2);
 
     const QString suggestions = scratch.filePath(QStringLiteral("suggestions.quiven"));
-    QFile file(suggestions);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("allow path \"/home/ann/new\" \"/usr/bin/less\" r \"\" \"\" \"0\"\n"
-               "allow path \"/home/ann/a\" \"/usr/bin/vi\" rw \"\" \"\" \"0\"\n"
-               "permit path \"/home/ann/bad\" \"/usr/bin/less\" r \"\" \"\" \"0\"\n");
-    file.close();
+    ASSERT_TRUE(writeFile(suggestions,
+                          "allow path \"/home/ann/new\" \"/usr/bin/less\" r \"\" \"\" \"0\"\n"
+                          "allow path \"/home/ann/a\" \"/usr/bin/vi\" rw \"\" \"\" \"0\"\n"
+                          "permit path \"/home/ann/bad\" \"/usr/bin/less\" r \"\" \"\" \"0\"\n"));
     const QuivenctlRun imported = quivenctl({"import", suggestions});
     ASSERT_EQ(imported.exitCode, 0) << imported.err.data();
     EXPECT_EQ(imported.object(), (QJsonObject{{"imported", 1}, {"total", 3}}));
@@ -138,6 +134,21 @@ TEST_F(RulesCommand, ExportWritesTheUsersRulesAndImportAddsOnlyValidNewOnes)
     EXPECT_FALSE(daemons.userFile().contains("/home/ann/bad"));
 
     EXPECT_EQ(quivenctl({"import", scratch.filePath(QStringLiteral("missing.quiven"))}).exitCode, 1);
+}
+
+TEST_F(RulesCommand, MatchAnswersFromTheSystemAndUserRulesTheDaemonsHold)
+{
+    start(QStringLiteral("grant"));
+    const QuivenctlRun run = quivenctl(
+        {"match", "--process", "/usr/bin/vi", "--path", "/home/ann/a", "--operation", "w", "--json"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.data();
+    const QJsonArray matches = run.object()["matches"].toArray();
+    ASSERT_EQ(matches.size(), 2);
+    EXPECT_NE(matches[0]["system"], matches[1]["system"]);
+    // The rows are those of `rules list`, which lists the daemons' ruleset as the table shows it.
+    const QJsonArray listed = quivenctl({"list"}).object()["rules"].toArray();
+    for (const QJsonValue &match : matches)
+        EXPECT_EQ(listed[match["row"].toInt()]["text"], match["text"]);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "DaemonStack.h"
 
 #include "BuildPaths.h"
+#include "TestFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,14 +16,6 @@ namespace {
 
 const char systemFolderVariable[] = "QUIVEN_SYSTEM_RULES_DIR";
 const char sharedFolderVariable[] = "QUIVEN_SHARED_DIR";
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(content);
-}
 
 std::optional<QByteArray> variable(const char *name)
 {
@@ -101,8 +94,7 @@ void DaemonStack::writeSettings(const QVariantMap &settings) const
 
 QByteArray DaemonStack::userFile() const
 {
-    QFile file(sharedFolder() + QStringLiteral("local.quiven.rc"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readFile(sharedFolder() + QStringLiteral("local.quiven.rc"));
 }
 
 QProcessEnvironment DaemonStack::environment() const

@@ -4,6 +4,8 @@
 #include <QDeadlineTimer>
 #include <QThread>
 #include <functional>
+#include <memory>
+#include <optional>
 
 // Runs the event loop until the condition holds or the time is up.
 inline bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
@@ -16,4 +18,14 @@ inline bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 50
         QThread::msleep(1);
     }
     return true;
+}
+
+// Hands `call` a callback that keeps the first value it is given, and waits
+// for it; empty when the callback did not run in time.
+template <typename Value, typename Call> std::optional<Value> answerOf(Call &&call, int timeoutMs = 5000)
+{
+    const auto answer = std::make_shared<std::optional<Value>>();
+    call([answer](Value value, auto &&...) { *answer = std::move(value); });
+    waitUntil([&] { return answer->has_value(); }, timeoutMs);
+    return *answer;
 }

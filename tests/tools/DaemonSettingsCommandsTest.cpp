@@ -53,11 +53,9 @@ TEST_F(DaemonSettingsCommands, DaemonCommandsDriveTheFilterDaemon)
     EXPECT_FALSE(QFile::exists(failsafe));
 
     // The rules are the user file the daemon read.
-    QFile userFile(services->sharedFolder() + "local.quiven.rc");
-    ASSERT_TRUE(userFile.open(QIODevice::ReadOnly));
     int watchLines = 0;
     int policyLines = 0;
-    for (const QByteArray &line : userFile.readAll().split('\n')) {
+    for (const QByteArray &line : services->userFile().split('\n')) {
         watchLines += line.startsWith("watch ");
         policyLines += line.startsWith("allow ") || line.startsWith("deny ");
     }

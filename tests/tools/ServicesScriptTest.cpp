@@ -1,5 +1,6 @@
 #include "BuildPaths.h"
 #include "QuivenctlRunner.h"
+#include "TestFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,11 +19,8 @@ using ScriptRun = QuivenctlRun;
 // A process counts as gone once it has exited, even while nobody reaps it.
 bool running(qint64 pid)
 {
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray line = stat.readAll();
-    return line.mid(line.lastIndexOf(')') + 2, 1) != "Z";
+    const QByteArray line = readFile(QStringLiteral("/proc/%1/stat").arg(pid));
+    return !line.isEmpty() && line.mid(line.lastIndexOf(')') + 2, 1) != "Z";
 }
 
 // Live processes whose command line mentions `text`.
@@ -32,8 +30,7 @@ QList<qint64> livingProcessesMentioning(const QString &text)
     for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
         bool isPid = false;
         const qint64 pid = entry.toLongLong(&isPid);
-        QFile cmdline(QStringLiteral("/proc/%1/cmdline").arg(entry));
-        if (isPid && cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().contains(text.toUtf8()) &&
+        if (isPid && readFile(QStringLiteral("/proc/%1/cmdline").arg(entry)).contains(text.toUtf8()) &&
             running(pid))
             found << pid;
     }
@@ -90,11 +87,8 @@ protected:
     // The pids the state file lists, in start order.
     QList<qint64> recordedPids() const
     {
-        QFile state(stateFile());
         QList<qint64> pids;
-        if (!state.open(QIODevice::ReadOnly))
-            return pids;
-        for (const QByteArray &line : state.readAll().split('\n'))
+        for (const QByteArray &line : readFile(stateFile()).split('\n'))
             if (line.startsWith("pid "))
                 pids << line.split(' ').value(1).toLongLong();
         return pids;
@@ -118,10 +112,7 @@ TEST_F(ServicesScript, StartRunsTheDaemonsAndStopLeavesNothingBehind)
     // A dead run's state must not block the start; pid 1 runs something else and is left alone.
     const QString staleRoot = roots() + QStringLiteral("/quiven-services.stale");
     ASSERT_TRUE(QDir().mkpath(staleRoot + QStringLiteral("/shared")));
-    QFile state(stateFile());
-    ASSERT_TRUE(state.open(QIODevice::WriteOnly));
-    state.write("root " + staleRoot.toUtf8() + "\npid 1 dbus-daemon\n");
-    state.close();
+    ASSERT_TRUE(writeFile(stateFile(), "root " + staleRoot.toUtf8() + "\npid 1 dbus-daemon\n"));
 
     const ScriptRun started = start();
     ASSERT_EQ(started.exitCode, 0) << started.err.toStdString();

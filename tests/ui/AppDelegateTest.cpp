@@ -14,11 +14,8 @@ TEST_F(ApplicationFixture, LoadsBehindTheOverlayAndAnswersAReloadAskedMeanwhile)
     ASSERT_TRUE(delegate->waitViewVisible());
     EXPECT_TRUE(delegate->waitViewController()->view()->message().contains(QStringLiteral("being loaded")));
 
-    std::optional<bool> reloaded;
-    delegate->reloadRulesWithCallback([&](bool success) { reloaded = success; });
-    ASSERT_TRUE(waitUntil([&] { return reloaded.has_value(); }, 15000))
-        << daemons->failureText().toStdString();
-    EXPECT_TRUE(*reloaded) << "the queued request gets the load's result";
+    EXPECT_EQ(answerOf<bool>([&](auto done) { delegate->reloadRulesWithCallback(done); }, 15000), true)
+        << "the queued request gets the load's result" << daemons->failureText().toStdString();
     EXPECT_FALSE(delegate->waitViewVisible());
     EXPECT_GT(window->model()->rowCount(), 10);
     EXPECT_EQ(quint64(window->model()->rowCount()), manager->totalRules(true));

@@ -1,7 +1,7 @@
 #include "NVCEditPolicyUI.h"
+#include "TestFiles.h"
 #include "Utilities.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -33,9 +33,7 @@ TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
     QTemporaryDir home;
     ASSERT_TRUE(QDir(home.path()).mkpath(QStringLiteral("real/inner")));
     ASSERT_TRUE(QFile::link(home.filePath(QStringLiteral("real")), home.filePath(QStringLiteral("link"))));
-    QFile file(home.filePath(QStringLiteral("real/notes.txt")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
+    ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("real/notes.txt")), {}));
 
     const QByteArray previousHome = qgetenv("HOME");
     qputenv("HOME", home.path().toUtf8());
@@ -49,16 +47,4 @@ TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
     const QString empty = Utilities::normalizePath(QStringLiteral(""));
     EXPECT_TRUE(empty.isEmpty() && !empty.isNull());
     qputenv("HOME", previousHome);
-}
-
-TEST(EditorHelpers, TypeFollowsTheTypedPath)
-{
-    QComboBox popup;
-    popup.addItems({QStringLiteral("Prefix"), QStringLiteral("Path"), QStringLiteral("Suffix")});
-    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QStringLiteral(".txt"), &popup);
-    EXPECT_EQ(popup.currentIndex(), 2);
-    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QDir::tempPath(), &popup);
-    EXPECT_EQ(popup.currentIndex(), 0);
-    NVCEditPolicyUI::autoSetPolicyTypeWithPath(QStringLiteral("/no/such/file"), &popup);
-    EXPECT_EQ(popup.currentIndex(), 1);
 }

@@ -3,6 +3,7 @@
 #include "PreferencesFile.h"
 #include "PreferencesPropertyList.h"
 #include "ProductFolders.h"
+#include "TestFiles.h"
 #include "ui_DGPreferencesWindow.h"
 
 #include <QProcess>
@@ -27,11 +28,9 @@ protected:
         QFile::remove(ProductFolders::preferencesFile());
         create();
         // A stand-in for pkexec that only notes what it was asked to run.
-        QFile fake(tools.filePath(QStringLiteral("pkexec")));
-        ASSERT_TRUE(fake.open(QIODevice::WriteOnly));
-        fake.write("#!/bin/sh\necho \"$@\" > \"$(dirname \"$0\")/pkexec.ran\"\n");
-        fake.close();
-        fake.setPermissions(fake.permissions() | QFile::ExeOwner);
+        const QString fake = tools.filePath(QStringLiteral("pkexec"));
+        ASSERT_TRUE(writeFile(fake, "#!/bin/sh\necho \"$@\" > \"$(dirname \"$0\")/pkexec.ran\"\n"));
+        QFile::setPermissions(fake, QFile::permissions(fake) | QFile::ExeOwner);
         previousPath = qgetenv("PATH");
         qputenv("PATH", tools.path().toUtf8() + ':' + previousPath);
     }
@@ -136,12 +135,11 @@ TEST_F(PreferencesWindow, ChangingWhoMayCreateRulesAsksForTheFolderMode)
     preferences->clickedOK();
     ASSERT_TRUE(changed.wait(10000));
     EXPECT_EQ(changed.first().first().toInt(), 0);
-    QFile ran(ranFile());
-    ASSERT_TRUE(ran.open(QIODevice::ReadOnly));
-    EXPECT_EQ(ran.readAll().trimmed(), QStringLiteral("/bin/chmod %1 %2")
-                                           .arg(wasWritable ? QStringLiteral("775") : QStringLiteral("777"),
-                                                ProductFolders::sharedDirectory())
-                                           .toUtf8());
+    EXPECT_EQ(readFile(ranFile()).trimmed(),
+              QStringLiteral("/bin/chmod %1 %2")
+                  .arg(wasWritable ? QStringLiteral("775") : QStringLiteral("777"),
+                       ProductFolders::sharedDirectory())
+                  .toUtf8());
     EXPECT_EQ(savedPreferences().value(QStringLiteral("access.user.create")).toBool(), !wasWritable);
 }
 

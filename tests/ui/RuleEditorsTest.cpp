@@ -296,12 +296,9 @@ TEST_F(RuleEditors, EveryControlHasANameAndTheKeyboardReachesIt)
     ASSERT_TRUE(unlock());
     window->newPolicyRule();
     window->newWatchRule();
-    const QString suggestions = daemons->sharedFolder() + QStringLiteral("suggested.quiven");
-    QFile file(suggestions);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(R"(allow prefix "/tmp/" "/usr/bin/env" r "" "" "0")");
-    file.close();
-    window->handleFileImport(suggestions);
+    daemons->writeSharedFile(QStringLiteral("suggested.quiven"),
+                             R"(allow prefix "/tmp/" "/usr/bin/env" r "" "" "0")");
+    window->handleFileImport(daemons->sharedFolder() + QStringLiteral("suggested.quiven"));
     delegate->showPreferences();
 
     QList<QWidget *> windows;

@@ -2,6 +2,7 @@
 #include "RuleMatching.h"
 #include "RulesTableModel.h"
 #include "TestAccessDialog.h"
+#include "TestFiles.h"
 
 #include <QComboBox>
 #include <QFileDialog>
@@ -143,9 +144,7 @@ TEST_F(RulesTableController, FilterSortHideAndExportTheSelection)
     const QString target = folder.filePath(QStringLiteral("chosen.quiven"));
     panel->selectFile(target);
     QMetaObject::invokeMethod(panel, "accept");
-    QFile exported(target);
-    ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = exported.readAll().trimmed().split('\n');
+    const QList<QByteArray> lines = readFile(target).trimmed().split('\n');
     ASSERT_EQ(lines.size(), 2);
     EXPECT_TRUE(lines.join().contains("~/Music/") && lines.join().contains("/mnt/backup/"));
 }

@@ -2,6 +2,7 @@
 #include "ImportRulesModel.h"
 #include "ImportWindowController.h"
 #include "RulesTableModel.h"
+#include "TestFiles.h"
 
 #include <QTableView>
 #include <QTemporaryDir>
@@ -29,9 +30,7 @@ protected:
     ImportWindowController *openSuggestions(const QString &name, const QByteArray &content)
     {
         const QString path = folder.filePath(name);
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-        file.close();
+        EXPECT_TRUE(writeFile(path, content));
         window->handleFileImport(path);
         ImportWindowController *importWindow = window->importWindowController();
         EXPECT_TRUE(importWindow && importWindow->path() == path);

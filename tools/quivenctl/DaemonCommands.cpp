@@ -22,6 +22,8 @@ const QString kUsage = QStringLiteral(
 class FilterDaemonCalls : public NVCQUIVENClient
 {
 public:
+    using NVCQUIVENClient::switchFilterCall;
+
     explicit FilterDaemonCalls(const QDBusConnection &bus)
         : NVCQUIVENClient(bus)
         , m_rules(serviceName(), objectPath(), this->bus())
@@ -80,8 +82,8 @@ int printStatus(FilterDaemonCalls &daemon)
 int switchFilter(FilterDaemonCalls &daemon, bool enabled, bool cleanup)
 {
     QDBusError error;
-    const auto reply =
-        daemon.call([=](auto &proxy) { return proxy.setQUIVENEnabled(enabled, cleanup); }, &error);
+    const auto reply = daemon.call(
+        [=](auto &proxy) { return FilterDaemonCalls::switchFilterCall(proxy, enabled, cleanup); }, &error);
     if (!reply)
         return daemonFailure(error);
     if (!QDBusPendingReply<bool>(*reply).value())
