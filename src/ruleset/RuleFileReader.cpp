@@ -8,14 +8,34 @@
 #include "RuleTokenizer.h"
 
 #include <QCoreApplication>
+#include <array>
 #include <vector>
 
 namespace {
 
-bool isLineSeparator(char16_t c)
+// Length of the line separator starting at `at`, or 0: LF, VT, FF, CR, NEL,
+// U+2028 and U+2029, as UTF-8.
+int separatorLength(const char *at, const char *end)
 {
-    return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
+    const auto c = uchar(at[0]);
+    if (c >= 0x0a && c <= 0x0d)
+        return 1;
+    if (c == 0xc2 && end - at >= 2 && uchar(at[1]) == 0x85)
+        return 2;
+    if (c == 0xe2 && end - at >= 3 && uchar(at[1]) == 0x80 && (uchar(at[2]) == 0xa8 || uchar(at[2]) == 0xa9))
+        return 3;
+    return 0;
 }
+
+// Bytes that may begin a line separator: the scan stops only at these.
+constexpr std::array<bool, 256> kSeparatorStarts = [] {
+    std::array<bool, 256> starts{};
+    for (int c = 0x0a; c <= 0x0d; ++c)
+        starts[std::size_t(c)] = true;
+    starts[0xc2] = true;
+    starts[0xe2] = true;
+    return starts;
+}();
 
 bool startsWithAny(const QString &path, const QStringList &prefixes)
 {
@@ -39,7 +59,11 @@ struct ReadState
         QList<PolicyRulePtr> added;
     };
 
-    StringPool strings;
+    explicit ReadState(QByteArrayView file)
+        : strings(file)
+    {}
+
+    Utf8TextPool strings;
     QHash<std::pair<const QChar *, const QChar *>, int> groupByText;
     QHash<QString, int> groupByKey;
     std::vector<Group> groups;
@@ -122,45 +146,47 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     m_filterRows.reset();
     m_viewsMatchRebuild = false;
     const bool isFailsafe = path == ProductFolders::failsafeFile();
-    const std::optional<QString> text = loadRuleFileText(path, &m_lastErrorMessage);
-    if (!text)
+    const std::optional<QByteArray> bytes = loadRuleFileBytes(path, &m_lastErrorMessage);
+    if (!bytes)
         return false;
 
     const bool takesOptions = m_onlyValidating || startsWithAny(path, ProductFolders::baseRulesetFiles());
     const bool system = shouldLabelAsSystemRules;
     QMutexLocker groupLocker(&m_groupMapLock);
     QMutexLocker watchLocker(&m_watchListLock);
-    ReadState state;
-    RuleTokens tokens;
+    ReadState state(*bytes);
+    Utf8RuleTokens tokens;
     bool storeChanged = false;
     // Counted as an editor would, a CR LF pair being one line end.
     qsizetype lineNumber = 1;
 
-    const QStringView all(*text);
-    qsizetype lineStart = 0;
-    while (lineStart <= all.size()) {
-        qsizetype lineEnd = lineStart;
-        while (lineEnd < all.size() && !isLineSeparator(all[lineEnd].unicode()))
-            ++lineEnd;
-        const QStringView line = all.sliced(lineStart, lineEnd - lineStart);
+    // Lines and tokens are cut from the UTF-8 bytes; only the fields a rule
+    // keeps are decoded.
+    const char *const begin = bytes->constData();
+    const char *const end = begin + bytes->size();
+    const char *lineStart = begin;
+    while (lineStart) {
+        const char *lineEnd = lineStart;
+        int separator = 0;
+        for (; lineEnd < end; ++lineEnd) {
+            if (kSeparatorStarts[uchar(*lineEnd)] && (separator = separatorLength(lineEnd, end)) > 0)
+                break;
+        }
+        const QByteArrayView line(lineStart, lineEnd - lineStart);
         const qsizetype currentLine = lineNumber;
-        if (lineEnd < all.size() && !(all[lineEnd] == u'\n' && lineEnd > 0 && all[lineEnd - 1] == u'\r'))
+        if (separator > 0 && !(*lineEnd == '\n' && lineEnd > begin && lineEnd[-1] == '\r'))
             ++lineNumber;
-        lineStart = lineEnd + 1;
+        lineStart = separator > 0 ? lineEnd + separator : nullptr;
 
-        if (line.startsWith(u';'))
+        if (line.startsWith(';'))
             continue;
         tokenizeRuleLine(line, tokens);
         const qsizetype count = tokens.size();
         if (count == 0)
             continue;
         auto token = [&](qsizetype i) { return tokens[i].view(line); };
-        auto tokenText = [&](qsizetype i) {
-            const QStringView view = token(i);
-            return tokens[i].isAssembled ? tokens[i].assembled
-                                         : (view.isEmpty() ? RuleText::emptyText() : view.toString());
-        };
-        const QStringView first = token(0);
+        auto tokenText = [&](qsizetype i) { return state.strings.decode(token(i)); };
+        const QByteArrayView first = token(0);
         // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
         // rule's tag but a system rule's flags.
         auto fillSharedFields = [&](NVCRuleBase &rule) {
@@ -178,7 +204,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             }
         };
 
-        if (first == u"watch" && count >= 5) {
+        if (first == "watch" && count >= 5) {
             auto rule = std::make_shared<WatchRule>();
             fillSharedFields(*rule);
             qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
@@ -195,7 +221,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             }
             continue;
         }
-        if (first == u"set" && count >= 3) {
+        if (first == "set" && count >= 3) {
             if (takesOptions) {
                 QStringList parts;
                 for (qsizetype i = 0; i < count; ++i)
@@ -204,7 +230,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             }
             continue;
         }
-        if (first == u"trace") {
+        if (first == "trace") {
             // A trace line without its path and process used to bring the whole reader down.
             // It fails the read, so such a file stays unloaded as before, but the process lives on.
             if (count < 3) {
@@ -227,7 +253,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         }
         if (count < 5) {
             qCWarning(lcRuleManagement, "Input of unexpected format %s. Skipping...",
-                      qUtf8Printable(line.toString()));
+                      qUtf8Printable(state.strings.decode(line)));
             continue;
         }
 

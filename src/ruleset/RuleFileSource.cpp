@@ -4,7 +4,6 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QStringDecoder>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -26,7 +25,7 @@ QString systemErrorText(int error)
 
 } // namespace
 
-std::optional<QString> loadRuleFileText(const QString &path, QString *errorMessage)
+std::optional<QByteArray> loadRuleFileBytes(const QString &path, QString *errorMessage)
 {
     if (path.isNull() || path.contains(QChar(u'\0'))) {
         qCWarning(lcRuleManagement, "Could not open null path");
@@ -75,13 +74,12 @@ std::optional<QString> loadRuleFileText(const QString &path, QString *errorMessa
     buffer[size] = '\0';
 
     // The text ends at the first NUL byte; a sequence cut off at the end is invalid too.
-    const qsizetype length = qstrnlen(buffer.constData(), std::size_t(size));
-    QStringDecoder decoder(QStringDecoder::Utf8,
-                           QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(QByteArrayView(buffer.constData(), length));
-    if (decoder.hasError()) {
+    buffer.truncate(qstrnlen(buffer.constData(), std::size_t(size)));
+    if (!buffer.isValidUtf8()) {
         *errorMessage = loadFailure;
         return std::nullopt;
     }
-    return text;
+    if (buffer.startsWith("\xEF\xBB\xBF"))
+        buffer.remove(0, 3);
+    return buffer;
 }

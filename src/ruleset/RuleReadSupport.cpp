@@ -2,16 +2,32 @@
 
 #include "RuleText.h"
 
-QString StringPool::intern(QStringView text)
+#include <functional>
+
+Utf8TextPool::Utf8TextPool(QByteArrayView file)
+    : m_file(file)
+{}
+
+QString Utf8TextPool::decode(QByteArrayView utf8)
 {
-    if (text.isEmpty())
+    return utf8.isEmpty() ? RuleText::emptyText() : QString(m_decoder.decode(utf8));
+}
+
+QString Utf8TextPool::intern(QByteArrayView utf8)
+{
+    if (utf8.isEmpty())
         return RuleText::emptyText();
-    const auto found = m_strings.constFind(text);
+    const auto found = m_strings.constFind(utf8);
     if (found != m_strings.cend())
         return found.value();
-    QString copy = text.toString();
-    m_strings.insert(QStringView(copy), copy);
-    return copy;
+    QByteArrayView key = utf8;
+    const bool inFile = std::less_equal<>()(m_file.data(), utf8.data()) &&
+                        std::less_equal<>()(utf8.data() + utf8.size(), m_file.data() + m_file.size());
+    if (!inFile)
+        key = m_assembledKeys.emplace_back(utf8.toByteArray());
+    QString text = decode(utf8);
+    m_strings.insert(key, text);
+    return text;
 }
 
 namespace {

@@ -4,19 +4,32 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringDecoder>
 #include <QStringView>
+#include <deque>
 #include <vector>
 
-// Hands out one shared copy per distinct text, so that the many rules of one
-// application share their process name, constraint and tag data.
-class StringPool
+// Decodes the UTF-8 fields of a rule file, handing out one shared copy per
+// distinct text so that the many rules of one application share their process
+// name, constraint and tag data.
+class Utf8TextPool
 {
 public:
-    QString intern(QStringView text);
+    // `file` is the text being read: keys are views of it, so it must outlive the pool.
+    explicit Utf8TextPool(QByteArrayView file);
+
+    // Every occurrence its own text, as a path is.
+    QString decode(QByteArrayView utf8);
+    QString intern(QByteArrayView utf8);
 
 private:
-    // Keys view the characters of their own values, which never move.
-    QHash<QStringView, QString> m_strings;
+    QByteArrayView m_file;
+    // A byte order mark inside a field is a character like any other.
+    QStringDecoder m_decoder{QStringDecoder::Utf8,
+                             QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom};
+    QHash<QByteArrayView, QString> m_strings;
+    // Keys assembled from pieces are not in the file and are kept here.
+    std::deque<QByteArray> m_assembledKeys;
 };
 
 // Answers "is some indexed rule isEqualTo this one" in constant time. Holds raw

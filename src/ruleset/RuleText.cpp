@@ -2,6 +2,7 @@
 
 #include <array>
 #include <limits>
+#include <string_view>
 
 namespace RuleText {
 
@@ -24,26 +25,38 @@ QString directoryOfPath(const QString &path)
     return directory + u'/';
 }
 
-static bool isBlank(QChar c)
+// One code unit of a line, whether UTF-16 or UTF-8: the grammar's own
+// characters are ASCII, and no unit of a longer character equals one.
+static char16_t unitAt(QStringView text, qsizetype i)
+{
+    return text[i].unicode();
+}
+
+static char16_t unitAt(QByteArrayView text, qsizetype i)
+{
+    return uchar(text[i]);
+}
+
+static bool isBlank(char16_t c)
 {
     return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'\v' || c == u'\f';
 }
 
-qint64 leadingInteger(QStringView text)
+template <typename View> static qint64 leadingIntegerOf(View text)
 {
     qsizetype i = 0;
-    while (i < text.size() && isBlank(text[i]))
+    while (i < text.size() && isBlank(unitAt(text, i)))
         ++i;
     bool negative = false;
-    if (i < text.size() && (text[i] == u'-' || text[i] == u'+')) {
-        negative = text[i] == u'-';
+    if (i < text.size() && (unitAt(text, i) == u'-' || unitAt(text, i) == u'+')) {
+        negative = unitAt(text, i) == u'-';
         ++i;
     }
     constexpr quint64 positiveLimit = quint64(std::numeric_limits<qint64>::max());
     const quint64 limit = negative ? positiveLimit + 1 : positiveLimit;
     quint64 value = 0;
     for (; i < text.size(); ++i) {
-        const char16_t c = text[i].unicode();
+        const char16_t c = unitAt(text, i);
         if (c < u'0' || c > u'9')
             break;
         const quint64 digit = c - u'0';
@@ -56,6 +69,16 @@ qint64 leadingInteger(QStringView text)
     if (negative)
         return value == positiveLimit + 1 ? std::numeric_limits<qint64>::min() : -qint64(value);
     return qint64(value);
+}
+
+qint64 leadingInteger(QStringView text)
+{
+    return leadingIntegerOf(text);
+}
+
+qint64 leadingInteger(QByteArrayView text)
+{
+    return leadingIntegerOf(text);
 }
 
 qint32 leadingInt32(QStringView text)
@@ -71,7 +94,7 @@ qint32 leadingInt32(QStringView text)
 bool textIsTrue(QStringView text)
 {
     qsizetype i = 0;
-    while (i < text.size() && isBlank(text[i]))
+    while (i < text.size() && isBlank(text[i].unicode()))
         ++i;
     if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
         ++i;
@@ -83,31 +106,62 @@ bool textIsTrue(QStringView text)
     return c == u'Y' || c == u'y' || c == u'T' || c == u't' || (c >= u'1' && c <= u'9');
 }
 
-quint32 policyClassForWord(QStringView word)
+template <typename View> static bool isWord(View text, std::string_view ascii)
 {
-    if (word == u"allow")
+    if (text.size() != qsizetype(ascii.size()))
+        return false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (unitAt(text, i) != char16_t(ascii[std::size_t(i)]))
+            return false;
+    }
+    return true;
+}
+
+template <typename View> static quint32 policyClassOf(View word)
+{
+    if (isWord(word, "allow"))
         return 0;
-    if (word == u"deny")
+    if (isWord(word, "deny"))
         return 1;
     return 5;
 }
 
-quint32 policyTypeForWord(QStringView word)
+quint32 policyClassForWord(QStringView word)
 {
-    if (word == u"prefix")
+    return policyClassOf(word);
+}
+
+quint32 policyClassForWord(QByteArrayView word)
+{
+    return policyClassOf(word);
+}
+
+template <typename View> static quint32 policyTypeOf(View word)
+{
+    if (isWord(word, "prefix"))
         return 0;
-    if (word == u"path")
+    if (isWord(word, "path"))
         return 1;
-    if (word == u"suffix")
+    if (isWord(word, "suffix"))
         return 2;
     return 4;
 }
 
-static quint32 bitsForLetters(QStringView letters, std::u16string_view alphabet)
+quint32 policyTypeForWord(QStringView word)
+{
+    return policyTypeOf(word);
+}
+
+quint32 policyTypeForWord(QByteArrayView word)
+{
+    return policyTypeOf(word);
+}
+
+template <typename View> static quint32 bitsForLetters(View letters, std::u16string_view alphabet)
 {
     quint32 bits = 0;
-    for (const QChar c : letters) {
-        const auto at = alphabet.find(c.unicode());
+    for (qsizetype i = 0; i < letters.size(); ++i) {
+        const auto at = alphabet.find(unitAt(letters, i));
         if (at != std::u16string_view::npos)
             bits |= 1u << at;
     }
@@ -119,7 +173,17 @@ quint32 operationsForLetters(QStringView letters)
     return bitsForLetters(letters, u"rwcmx");
 }
 
+quint32 operationsForLetters(QByteArrayView letters)
+{
+    return bitsForLetters(letters, u"rwcmx");
+}
+
 quint32 flagsForLetters(QStringView letters)
+{
+    return bitsForLetters(letters, u"ust");
+}
+
+quint32 flagsForLetters(QByteArrayView letters)
 {
     return bitsForLetters(letters, u"ust");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringView>
 
@@ -26,6 +27,7 @@ QString directoryOfPath(const QString &path);
 // Leading decimal number as a signed 64-bit value: blanks, an optional sign and
 // digits; 0 when there are none; saturates instead of overflowing.
 qint64 leadingInteger(QStringView text);
+qint64 leadingInteger(QByteArrayView utf8);
 
 // Leading decimal number kept within 32 signed bits (saturating).
 qint32 leadingInt32(QStringView text);
@@ -33,10 +35,15 @@ qint32 leadingInt32(QStringView text);
 // Boolean reading of a text: true for a leading "Y", "y", "T", "t" or a non-zero digit.
 bool textIsTrue(QStringView text);
 
+// Each also reads the UTF-8 bytes of a rule file directly, with the same result.
 quint32 policyClassForWord(QStringView word);
+quint32 policyClassForWord(QByteArrayView utf8);
 quint32 policyTypeForWord(QStringView word);
+quint32 policyTypeForWord(QByteArrayView utf8);
 quint32 operationsForLetters(QStringView letters);
+quint32 operationsForLetters(QByteArrayView utf8);
 quint32 flagsForLetters(QStringView letters);
+quint32 flagsForLetters(QByteArrayView utf8);
 
 QString policyClassWord(quint32 policyClass);
 QString policyTypeWord(quint32 policyType);

@@ -5,14 +5,34 @@
 
 namespace {
 
+char16_t unit(QChar c)
+{
+    return c.unicode();
+}
+
+char16_t unit(char c)
+{
+    return uchar(c);
+}
+
+QString ownedCopy(QStringView text)
+{
+    return text.toString();
+}
+
+QByteArray ownedCopy(QByteArrayView text)
+{
+    return text.toByteArray();
+}
+
 // Quoted text collected piece by piece; stays a slice of the line while the
 // pieces are adjacent there.
-class Accumulator
+template <typename View, typename Owned> class Accumulator
 {
 public:
     bool isEmpty() const { return !m_isAssembled && m_length == 0; }
 
-    void append(QStringView line, qsizetype start, qsizetype length)
+    void append(View line, qsizetype start, qsizetype length)
     {
         if (isEmpty()) {
             m_start = start;
@@ -21,16 +41,16 @@ public:
             m_length += length;
         } else {
             if (!m_isAssembled) {
-                m_assembled = line.sliced(m_start, m_length).toString();
+                m_assembled = ownedCopy(line.sliced(m_start, m_length));
                 m_isAssembled = true;
             }
             m_assembled += line.sliced(start, length);
         }
     }
 
-    RuleToken take()
+    BasicRuleToken<View, Owned> take()
     {
-        RuleToken token{m_start, m_length, std::move(m_assembled), m_isAssembled};
+        BasicRuleToken<View, Owned> token{m_start, m_length, std::move(m_assembled), m_isAssembled};
         *this = Accumulator();
         return token;
     }
@@ -38,21 +58,17 @@ public:
 private:
     qsizetype m_start = 0;
     qsizetype m_length = 0;
-    QString m_assembled;
+    Owned m_assembled;
     bool m_isAssembled = false;
 };
 
-bool isDelimiter(QChar c)
+template <typename View, typename Owned>
+void tokenize(View line, QVarLengthArray<BasicRuleToken<View, Owned>, 10> &tokens)
 {
-    return c == u'"' || c == u' ';
-}
-
-} // namespace
-
-void tokenizeRuleLine(QStringView line, RuleTokens &tokens)
-{
+    using Token = BasicRuleToken<View, Owned>;
+    const auto isDelimiter = [](auto c) { return unit(c) == u'"' || unit(c) == u' '; };
     tokens.clear();
-    Accumulator accumulator;
+    Accumulator<View, Owned> accumulator;
     bool insideQuotes = false;
     const qsizetype size = line.size();
     qsizetype position = 0;
@@ -64,15 +80,15 @@ void tokenizeRuleLine(QStringView line, RuleTokens &tokens)
         if (runEnd == size) {
             // Text of an unterminated quote still in the accumulator is dropped.
             if (runLength > 0)
-                tokens.append(RuleToken{position, runLength, {}, false});
+                tokens.append(Token{position, runLength, {}, false});
             return;
         }
-        if (line[runEnd] == u'"') {
+        if (unit(line[runEnd]) == u'"') {
             const bool wasInsideQuotes = insideQuotes;
             insideQuotes = !insideQuotes;
             if (runLength == 0) {
                 if (wasInsideQuotes)
-                    tokens.append(RuleToken{runEnd, 0, {}, false});
+                    tokens.append(Token{runEnd, 0, {}, false});
             } else {
                 accumulator.append(line, position, runLength);
                 tokens.append(accumulator.take());
@@ -81,10 +97,22 @@ void tokenizeRuleLine(QStringView line, RuleTokens &tokens)
             // The run and the space after it are adjacent in the line.
             accumulator.append(line, position, runLength + 1);
         } else if (runLength > 0) {
-            tokens.append(RuleToken{position, runLength, {}, false});
+            tokens.append(Token{position, runLength, {}, false});
         }
         position = runEnd + 1;
     }
+}
+
+} // namespace
+
+void tokenizeRuleLine(QStringView line, RuleTokens &tokens)
+{
+    tokenize(line, tokens);
+}
+
+void tokenizeRuleLine(QByteArrayView line, Utf8RuleTokens &tokens)
+{
+    tokenize(line, tokens);
 }
 
 QStringList RuleManager::scanString(QStringView line)
