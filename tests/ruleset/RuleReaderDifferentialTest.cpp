@@ -1,0 +1,223 @@
+#include "RuleManager.h"
+#include "RuleText.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QStringDecoder>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+// Random rule files full of awkward bytes, read by the store and by a plain
+// reader built here from the documented steps: decode the whole file, cut it
+// at every line separator, split each line with scanString, keep the first of
+// equal rules.
+namespace {
+
+using namespace Qt::StringLiterals;
+
+const QList<QByteArray> kPieces{"allow",
+                                "deny",
+                                "watch",
+                                "set",
+                                "trace",
+                                "prefix",
+                                "path",
+                                "suffix",
+                                "rw",
+                                "rwcmx",
+                                "x",
+                                "ust",
+                                "17",
+                                "-5",
+                                "12x",
+                                "\"/home/a b/\"",
+                                "\"\"",
+                                "\"caf\xc3\xa9\"",
+                                "\"\xe2\x84\xaa\"",
+                                "\"x\"\"y\"",
+                                "\"open",
+                                "\"/var/\" \"log\"",
+                                "any",
+                                "/usr/bin/app",
+                                "\"/usr/bin/app via /bin/sh\"",
+                                "TEAM123456",
+                                ";",
+                                "\xef\xbb\xbf",
+                                "\"\xe2\x80\xa8\"",
+                                "\xc2\x85",
+                                "\t",
+                                "\"a\xcc\x81\"",
+                                "\xf0\x9f\x98\x80"};
+const QList<QByteArray> kLineEnds{"\n",   "\r\n",     "\r",           "\x0b",
+                                  "\x0c", "\xc2\x85", "\xe2\x80\xa8", "\xe2\x80\xa9"};
+const QList<QByteArray> kFlaws{"\xc0\x80", "\xff", "\xe2\x80", "\xed\xa0\x80"};
+
+QByteArray randomFile(QRandomGenerator &random)
+{
+    QByteArray file = random.bounded(4) == 0 ? "\xef\xbb\xbf" : "";
+    QList<QByteArray> lines;
+    for (int i = random.bounded(1, 60); i > 0; --i) {
+        if (!lines.isEmpty() && random.bounded(4) == 0) {
+            lines.append(lines[random.bounded(lines.size())]);
+            continue;
+        }
+        QByteArray line;
+        const QByteArray first[] = {"allow", "deny", "watch", "trace", "set"};
+        line += first[random.bounded(5)];
+        for (int words = random.bounded(1, 10); words > 0; --words)
+            line += (random.bounded(8) ? " " : "  ") + kPieces[random.bounded(kPieces.size())];
+        lines.append(line);
+    }
+    for (const QByteArray &line : lines)
+        file += line + kLineEnds[random.bounded(kLineEnds.size())];
+    if (random.bounded(10) == 0)
+        file.insert(random.bounded(file.size() + 1), kFlaws[random.bounded(kFlaws.size())]);
+    if (random.bounded(10) == 0)
+        file.insert(random.bounded(file.size() + 1), '\0');
+    return file;
+}
+
+bool isLineSeparator(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 0x0a && u <= 0x0d) || u == 0x85 || u == 0x2028 || u == 0x2029;
+}
+
+// Every field the reader sets, in one comparable text.
+QString fieldsOf(const NVCRuleBase &rule)
+{
+    return u"%1|%2|%3|%4|%5|%6|%7"_s
+        .arg(rule.toString(), rule.tag, rule.processName.isNull() ? u"-"_s : u"+"_s)
+        .arg(rule.flags)
+        .arg(rule.sequence)
+        .arg(rule.system)
+        .arg(rule.constraint.isNull());
+}
+
+struct Expected
+{
+    bool read = true;
+    qsizetype failingLine = 0;
+    QMap<QString, QStringList> groups;
+    QStringList watches;
+    QStringList traces;
+};
+
+Expected readPlainly(QByteArray bytes, bool system)
+{
+    Expected expected;
+    bytes.truncate(qstrnlen(bytes.constData(), std::size_t(bytes.size())));
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder.decode(bytes);
+    if (decoder.hasError()) {
+        expected.read = false;
+        return expected;
+    }
+    QList<PolicyRulePtr> kept;
+    QList<WatchRulePtr> keptWatches;
+    qint64 sequence = 0;
+    qsizetype lineNumber = 1;
+    qsizetype start = 0;
+    for (qsizetype at = 0; at <= text.size(); ++at) {
+        if (at < text.size() && !isLineSeparator(text[at]))
+            continue;
+        const QString line = text.mid(start, at - start);
+        const qsizetype currentLine = lineNumber;
+        if (at < text.size() && !(text[at] == u'\n' && at > 0 && text[at - 1] == u'\r'))
+            ++lineNumber;
+        start = at + 1;
+        const QStringList words = RuleManager::scanString(line);
+        if (line.startsWith(u';') || words.isEmpty() || (words[0] == u"set" && words.size() >= 3))
+            continue;
+        if (words[0] == u"trace") {
+            if (words.size() < 3) {
+                expected.read = false;
+                expected.failingLine = currentLine;
+                break;
+            }
+            expected.traces.append(words[1] + u'|' + words[2]);
+            continue;
+        }
+        if (words.size() < 5)
+            continue;
+        const bool watch = words[0] == u"watch";
+        RuleBasePtr rule =
+            watch ? RuleBasePtr(std::make_shared<WatchRule>()) : RuleBasePtr(std::make_shared<PolicyRule>());
+        if (!watch)
+            rule->policyClass = RuleManager::policyClassForString(words[0]);
+        rule->policyType = RuleManager::policyTypeForString(words[1]);
+        rule->path = words[2];
+        rule->processName = words[3];
+        rule->operations = RuleManager::operationsForString(words[4]);
+        rule->system = system;
+        rule->sequence = sequence++;
+        if (words.size() > 5) {
+            if (system)
+                rule->flags = RuleManager::flagsForString(words[5]);
+            else
+                rule->tag = words[5];
+        }
+        if (!watch && words.size() > 6)
+            rule->constraint = words[6];
+        if (!watch && words.size() > 7)
+            rule->created = RuleText::leadingInteger(words[7]);
+        if (watch) {
+            const auto sameWatch = [&](const WatchRulePtr &other) { return other->isEqualTo(*rule); };
+            if (std::none_of(keptWatches.cbegin(), keptWatches.cend(), sameWatch)) {
+                keptWatches.append(std::static_pointer_cast<WatchRule>(rule));
+                expected.watches.append(fieldsOf(*rule));
+            }
+            continue;
+        }
+        const auto same = [&](const PolicyRulePtr &other) { return other->isEqualTo(*rule); };
+        if (std::none_of(kept.cbegin(), kept.cend(), same)) {
+            kept.append(std::static_pointer_cast<PolicyRule>(rule));
+            expected.groups[RuleManager::applicationGroupIdentityForRule(*rule)].append(fieldsOf(*rule));
+        }
+    }
+    return expected;
+}
+
+TEST(RuleReaderDifferential, RandomFilesReadAsThePlainReaderReadsThem)
+{
+    QTemporaryDir dir;
+    QRandomGenerator random(20261122);
+    for (int round = 0; round < 400; ++round) {
+        const QByteArray bytes = randomFile(random);
+        const bool system = round % 3 == 0;
+        const QString path = dir.filePath(u"r%1.rc"_s.arg(round));
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
+        SCOPED_TRACE(bytes.toPercentEncoding(" \"/;").toStdString());
+
+        RuleManager manager;
+        const bool read = manager.addFileContents(path, system);
+        const Expected expected = readPlainly(bytes, system);
+        ASSERT_EQ(read, expected.read) << qPrintable(manager.lastErrorMessage());
+        if (expected.failingLine > 0)
+            EXPECT_TRUE(manager.lastErrorMessage().endsWith(
+                u"at line %1: a trace rule needs a path and a process"_s.arg(expected.failingLine)))
+                << qPrintable(manager.lastErrorMessage());
+        else if (!read)
+            continue;
+
+        QMap<QString, QStringList> groups;
+        for (auto group = manager.policyRulesByApplication().cbegin();
+             group != manager.policyRulesByApplication().cend(); ++group) {
+            for (const PolicyRulePtr &rule : *group)
+                groups[group.key()].append(fieldsOf(*rule));
+        }
+        EXPECT_EQ(groups, expected.groups);
+        QStringList watches;
+        for (const WatchRulePtr &rule : manager.watchRules())
+            watches.append(fieldsOf(*rule));
+        EXPECT_EQ(watches, expected.watches);
+        QStringList traces;
+        for (const TraceRule &trace : manager.traceRules())
+            traces.append(trace.path + u'|' + trace.processName);
+        EXPECT_EQ(traces, expected.traces);
+    }
+}
+
+} // namespace
