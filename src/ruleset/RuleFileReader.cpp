@@ -1,6 +1,7 @@
 #include "PolicyFilterRows.h"
 #include "ProductFolders.h"
 #include "RuleFileSource.h"
+#include "RuleLineParser.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
 #include "RuleReadSupport.h"
@@ -8,34 +9,10 @@
 #include "RuleTokenizer.h"
 
 #include <QCoreApplication>
-#include <array>
+#include <thread>
 #include <vector>
 
 namespace {
-
-// Length of the line separator starting at `at`, or 0: LF, VT, FF, CR, NEL,
-// U+2028 and U+2029, as UTF-8.
-int separatorLength(const char *at, const char *end)
-{
-    const auto c = uchar(at[0]);
-    if (c >= 0x0a && c <= 0x0d)
-        return 1;
-    if (c == 0xc2 && end - at >= 2 && uchar(at[1]) == 0x85)
-        return 2;
-    if (c == 0xe2 && end - at >= 3 && uchar(at[1]) == 0x80 && (uchar(at[2]) == 0xa8 || uchar(at[2]) == 0xa9))
-        return 3;
-    return 0;
-}
-
-// Bytes that may begin a line separator: the scan stops only at these.
-constexpr std::array<bool, 256> kSeparatorStarts = [] {
-    std::array<bool, 256> starts{};
-    for (int c = 0x0a; c <= 0x0d; ++c)
-        starts[std::size_t(c)] = true;
-    starts[0xc2] = true;
-    starts[0xe2] = true;
-    return starts;
-}();
 
 bool startsWithAny(const QString &path, const QStringList &prefixes)
 {
@@ -59,11 +36,6 @@ struct ReadState
         QList<PolicyRulePtr> added;
     };
 
-    explicit ReadState(QByteArrayView file)
-        : strings(file)
-    {}
-
-    Utf8TextPool strings;
     QHash<std::pair<const QChar *, const QChar *>, int> groupByText;
     QHash<QString, int> groupByKey;
     std::vector<Group> groups;
@@ -131,6 +103,20 @@ void appendReadRules(QHash<QString, QList<PolicyRulePtr>> &store, ReadState &sta
     }
 }
 
+// The two halves of a file are parsed at once, one on a thread of its own.
+std::vector<std::vector<ParsedRuleLine>> parseInParts(QByteArrayView file, bool system)
+{
+    const std::vector<QByteArrayView> parts = splitAtLineEnds(file, 2);
+    std::vector<std::vector<ParsedRuleLine>> parsed(parts.size());
+    {
+        std::vector<std::jthread> helpers;
+        for (std::size_t i = 1; i < parts.size(); ++i)
+            helpers.emplace_back([&, i] { parsed[i] = parseRuleLines(file, parts[i], system); });
+        parsed[0] = parseRuleLines(file, parts[0], system);
+    }
+    return parsed;
+}
+
 } // namespace
 
 bool RuleManager::addFileContents(const QString &path, bool shouldLabelAsSystemRules)
@@ -151,62 +137,27 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         return false;
 
     const bool takesOptions = m_onlyValidating || startsWithAny(path, ProductFolders::baseRulesetFiles());
-    const bool system = shouldLabelAsSystemRules;
+    const QByteArrayView file(*bytes);
+    const std::vector<std::vector<ParsedRuleLine>> parsed = parseInParts(file, shouldLabelAsSystemRules);
+
     QMutexLocker groupLocker(&m_groupMapLock);
     QMutexLocker watchLocker(&m_watchListLock);
-    ReadState state(*bytes);
+    ReadState state;
+    Utf8TextPool texts(file);
     Utf8RuleTokens tokens;
     bool storeChanged = false;
-    // Counted as an editor would, a CR LF pair being one line end.
-    qsizetype lineNumber = 1;
-
-    // Lines and tokens are cut from the UTF-8 bytes; only the fields a rule
-    // keeps are decoded.
-    const char *const begin = bytes->constData();
-    const char *const end = begin + bytes->size();
-    const char *lineStart = begin;
-    while (lineStart) {
-        const char *lineEnd = lineStart;
-        int separator = 0;
-        for (; lineEnd < end; ++lineEnd) {
-            if (kSeparatorStarts[uchar(*lineEnd)] && (separator = separatorLength(lineEnd, end)) > 0)
-                break;
-        }
-        const QByteArrayView line(lineStart, lineEnd - lineStart);
-        const qsizetype currentLine = lineNumber;
-        if (separator > 0 && !(*lineEnd == '\n' && lineEnd > begin && lineEnd[-1] == '\r'))
-            ++lineNumber;
-        lineStart = separator > 0 ? lineEnd + separator : nullptr;
-
-        if (line.startsWith(';'))
-            continue;
+    auto tokenize = [&](QByteArrayView line) {
         tokenizeRuleLine(line, tokens);
-        const qsizetype count = tokens.size();
-        if (count == 0)
-            continue;
-        auto token = [&](qsizetype i) { return tokens[i].view(line); };
-        auto tokenText = [&](qsizetype i) { return state.strings.decode(token(i)); };
-        const QByteArrayView first = token(0);
-        // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
-        // rule's tag but a system rule's flags.
-        auto fillSharedFields = [&](NVCRuleBase &rule) {
-            rule.policyType = RuleText::policyTypeForWord(token(1));
-            rule.path = tokenText(2);
-            rule.processName = state.strings.intern(token(3));
-            rule.operations = RuleText::operationsForLetters(token(4));
-            rule.system = system;
-            rule.sequence = m_ruleSequence++;
-            if (count > 5) {
-                if (system)
-                    rule.flags = RuleText::flagsForLetters(token(5));
-                else
-                    rule.tag = state.strings.intern(token(5));
-            }
-        };
+        return tokens.size();
+    };
+    auto tokenText = [&](QByteArrayView line, qsizetype i) { return texts.decode(tokens[i].view(line)); };
 
-        if (first == "watch" && count >= 5) {
-            auto rule = std::make_shared<WatchRule>();
-            fillSharedFields(*rule);
+    // The lines in file order: false when the read fails there.
+    auto take = [&](const ParsedRuleLine &entry) {
+        switch (entry.kind) {
+        case ParsedRuleLine::Kind::Watch: {
+            auto rule = std::static_pointer_cast<WatchRule>(entry.rule);
+            rule->sequence = m_ruleSequence++;
             qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
                     rule->policyType, qUtf8Printable(rule->path), qUtf8Printable(rule->processName),
                     rule->operations, qUtf8Printable(RuleText::operationLetters(rule->operations)));
@@ -219,54 +170,46 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
                 m_watchRules.append(std::move(rule));
                 storeChanged = true;
             }
-            continue;
+            return true;
         }
-        if (first == "set" && count >= 3) {
+        case ParsedRuleLine::Kind::Option:
             if (takesOptions) {
                 QStringList parts;
-                for (qsizetype i = 0; i < count; ++i)
-                    parts.append(tokenText(i));
+                for (qsizetype i = 0, count = tokenize(entry.line); i < count; ++i)
+                    parts.append(tokenText(entry.line, i));
                 addOptionWithParts(parts);
             }
-            continue;
-        }
-        if (first == "trace") {
+            return true;
+        case ParsedRuleLine::Kind::Trace: {
             // A trace line without its path and process used to bring the whole reader down.
             // It fails the read, so such a file stays unloaded as before, but the process lives on.
-            if (count < 3) {
+            if (tokenize(entry.line) < 3) {
                 m_lastErrorMessage =
                     QCoreApplication::translate("RuleManager",
                                                 "Incomplete trace rule in file '%1' at line %2: a trace rule "
                                                 "needs a path and a process")
                         .arg(path)
-                        .arg(currentLine);
+                        .arg(lineNumberAt(file, entry.line.data()));
                 qCWarning(lcRuleManagement, "%s", qUtf8Printable(m_lastErrorMessage));
-                appendReadRules(m_policyRulesByApplication, state);
-                if (storeChanged)
-                    invalidateRedundancyIndex();
                 return false;
             }
-            TraceRule rule{tokenText(2), tokenText(1)};
+            TraceRule rule{tokenText(entry.line, 2), tokenText(entry.line, 1)};
             qCDebug(lcRuleManagement, "Trace rule %s added", qUtf8Printable(rule.description()));
             m_traceRules.append(std::move(rule));
-            continue;
+            return true;
         }
-        if (count < 5) {
+        case ParsedRuleLine::Kind::Malformed:
             qCWarning(lcRuleManagement, "Input of unexpected format %s. Skipping...",
-                      qUtf8Printable(state.strings.decode(line)));
-            continue;
+                      qUtf8Printable(texts.decode(entry.line)));
+            return true;
+        case ParsedRuleLine::Kind::Policy:
+            break;
         }
 
-        auto rule = std::make_shared<PolicyRule>();
-        rule->policyClass = RuleText::policyClassForWord(first);
-        fillSharedFields(*rule);
-        if (count > 6)
-            rule->constraint = state.strings.intern(token(6));
+        auto rule = std::static_pointer_cast<PolicyRule>(entry.rule);
+        rule->sequence = m_ruleSequence++;
         if ((rule->flags & RuleFlag::TeamID) && rule->path == u"/Users/")
             m_teamIDsWhitelist.insert(rule->constraint);
-        if (count > 7)
-            rule->created = RuleText::leadingInteger(token(7));
-
         ReadState::Group &group = state.groupFor(*rule);
         qCDebug(lcRuleManagement,
                 "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
@@ -281,7 +224,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             QList<PolicyRulePtr> &members = m_policyRulesByApplication[group.key];
             if (!mergeIntoFailsafeGroup(members, *rule))
                 members.append(std::move(rule));
-            continue;
+            return true;
         }
         if (!group.indexed) {
             const auto stored = m_policyRulesByApplication.constFind(group.key);
@@ -291,13 +234,25 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             }
             group.indexed = true;
         }
-        if (!state.duplicates.insert(*rule))
-            continue;
-        group.added.append(std::move(rule));
-        storeChanged = true;
+        if (state.duplicates.insert(*rule)) {
+            group.added.append(std::move(rule));
+            storeChanged = true;
+        }
+        return true;
+    };
+
+    bool complete = true;
+    for (const std::vector<ParsedRuleLine> &part : parsed) {
+        for (const ParsedRuleLine &entry : part) {
+            complete = take(entry);
+            if (!complete)
+                break;
+        }
+        if (!complete)
+            break;
     }
     appendReadRules(m_policyRulesByApplication, state);
     if (storeChanged)
         invalidateRedundancyIndex();
-    return true;
+    return complete;
 }

@@ -32,12 +32,13 @@ QString Utf8TextPool::intern(QByteArrayView utf8)
 
 namespace {
 
-// Covers exactly the fields isEqualTo compares, telling absent texts from empty ones.
+// Covers fields isEqualTo compares, telling absent texts from empty ones. The
+// process and constraint are left out: they are what a group shares, so they
+// would add long texts to every hash and seldom tell two rules apart.
 size_t equalityHash(const NVCRuleBase &rule)
 {
     return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.path,
-                      rule.processName, rule.constraint, rule.path.isNull(), rule.processName.isNull(),
-                      rule.constraint.isNull());
+                      rule.path.isNull());
 }
 
 constexpr std::size_t kInitialSlots = 64;

@@ -1,0 +1,143 @@
+#include "RuleLineParser.h"
+
+#include "PolicyRule.h"
+#include "RuleReadSupport.h"
+#include "RuleText.h"
+#include "RuleTokenizer.h"
+#include "WatchRule.h"
+
+#include <array>
+
+namespace {
+
+// Length of the line separator starting at `at`, or 0: LF, VT, FF, CR, NEL,
+// U+2028 and U+2029, as UTF-8.
+int separatorLength(const char *at, const char *end)
+{
+    const auto c = uchar(at[0]);
+    if (c >= 0x0a && c <= 0x0d)
+        return 1;
+    if (c == 0xc2 && end - at >= 2 && uchar(at[1]) == 0x85)
+        return 2;
+    if (c == 0xe2 && end - at >= 3 && uchar(at[1]) == 0x80 && (uchar(at[2]) == 0xa8 || uchar(at[2]) == 0xa9))
+        return 3;
+    return 0;
+}
+
+// Bytes that may begin a line separator: the scan stops only at these.
+constexpr std::array<bool, 256> kSeparatorStarts = [] {
+    std::array<bool, 256> starts{};
+    for (int c = 0x0a; c <= 0x0d; ++c)
+        starts[std::size_t(c)] = true;
+    starts[0xc2] = true;
+    starts[0xe2] = true;
+    return starts;
+}();
+
+// The next line separator at or after `at`, with its length (0 at the end).
+std::pair<const char *, int> nextSeparator(const char *at, const char *end)
+{
+    for (; at < end; ++at) {
+        if (kSeparatorStarts[uchar(*at)]) {
+            if (const int length = separatorLength(at, end))
+                return {at, length};
+        }
+    }
+    return {end, 0};
+}
+
+// Calls `lineFound(line, separator)` for every line of `part`, the last one included.
+template <typename LineFound> void forEachLine(QByteArrayView part, LineFound lineFound)
+{
+    const char *const end = part.data() + part.size();
+    for (const char *lineStart = part.data(); lineStart;) {
+        const auto [lineEnd, separator] = nextSeparator(lineStart, end);
+        lineFound(QByteArrayView(lineStart, lineEnd - lineStart), lineEnd, separator);
+        lineStart = separator > 0 ? lineEnd + separator : nullptr;
+    }
+}
+
+} // namespace
+
+std::vector<ParsedRuleLine> parseRuleLines(QByteArrayView file, QByteArrayView part, bool system)
+{
+    using Kind = ParsedRuleLine::Kind;
+    std::vector<ParsedRuleLine> parsed;
+    Utf8TextPool strings(file);
+    Utf8RuleTokens tokens;
+    forEachLine(part, [&](QByteArrayView line, const char *, int) {
+        if (line.startsWith(';'))
+            return;
+        tokenizeRuleLine(line, tokens);
+        const qsizetype count = tokens.size();
+        if (count == 0)
+            return;
+        auto token = [&](qsizetype i) { return tokens[i].view(line); };
+        const QByteArrayView first = token(0);
+        // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
+        // rule's tag but a system rule's flags.
+        auto fillSharedFields = [&](NVCRuleBase &rule) {
+            rule.policyType = RuleText::policyTypeForWord(token(1));
+            rule.path = strings.decode(token(2));
+            rule.processName = strings.intern(token(3));
+            rule.operations = RuleText::operationsForLetters(token(4));
+            rule.system = system;
+            if (count > 5) {
+                if (system)
+                    rule.flags = RuleText::flagsForLetters(token(5));
+                else
+                    rule.tag = strings.intern(token(5));
+            }
+        };
+
+        if (first == "watch" && count >= 5) {
+            auto rule = std::make_shared<WatchRule>();
+            fillSharedFields(*rule);
+            parsed.push_back({Kind::Watch, line, std::move(rule)});
+        } else if (first == "set" && count >= 3) {
+            parsed.push_back({Kind::Option, line, nullptr});
+        } else if (first == "trace") {
+            parsed.push_back({Kind::Trace, line, nullptr});
+        } else if (count < 5) {
+            parsed.push_back({Kind::Malformed, line, nullptr});
+        } else {
+            auto rule = std::make_shared<PolicyRule>();
+            rule->policyClass = RuleText::policyClassForWord(first);
+            fillSharedFields(*rule);
+            if (count > 6)
+                rule->constraint = strings.intern(token(6));
+            if (count > 7)
+                rule->created = RuleText::leadingInteger(token(7));
+            parsed.push_back({Kind::Policy, line, std::move(rule)});
+        }
+    });
+    return parsed;
+}
+
+std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView file, int count)
+{
+    std::vector<QByteArrayView> parts;
+    const char *const end = file.data() + file.size();
+    const char *start = file.data();
+    for (int left = count; left > 1 && start < end; --left) {
+        const auto [separator, length] = nextSeparator(start + (end - start) / left, end);
+        if (length == 0)
+            break;
+        parts.emplace_back(start, separator + length - start);
+        start = separator + length;
+    }
+    parts.emplace_back(start, end - start);
+    return parts;
+}
+
+qsizetype lineNumberAt(QByteArrayView file, const char *lineStart)
+{
+    qsizetype number = 1;
+    const char *const begin = file.data();
+    forEachLine(QByteArrayView(begin, lineStart - begin),
+                [&](QByteArrayView, const char *lineEnd, int separator) {
+                    if (separator > 0 && !(*lineEnd == '\n' && lineEnd > begin && lineEnd[-1] == '\r'))
+                        ++number;
+                });
+    return number;
+}
