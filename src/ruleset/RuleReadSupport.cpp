@@ -32,13 +32,14 @@ QString Utf8TextPool::intern(QByteArrayView utf8)
 
 namespace {
 
-// Covers fields isEqualTo compares, telling absent texts from empty ones. The
-// process and constraint are left out: they are what a group shares, so they
-// would add long texts to every hash and seldom tell two rules apart.
+// Covers fields isEqualTo compares, telling absent texts from empty ones. Of
+// the constraint only the length counts: it is the longest text and seldom the
+// only one telling two rules apart.
 size_t equalityHash(const NVCRuleBase &rule)
 {
     return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.path,
-                      rule.path.isNull());
+                      rule.processName, rule.constraint.size(), rule.path.isNull(), rule.processName.isNull(),
+                      rule.constraint.isNull());
 }
 
 constexpr std::size_t kInitialSlots = 64;
