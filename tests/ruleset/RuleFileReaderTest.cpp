@@ -2,7 +2,6 @@
 #include "RuleManager.h"
 #include "RulesetFolders.h"
 
-#include <QRandomGenerator>
 #include <algorithm>
 
 namespace {
@@ -115,26 +114,6 @@ TEST_F(RuleFileReader, RefusesSymbolicLinksAndFolders)
         << qPrintable(manager.lastErrorMessage());
 }
 
-TEST_F(RuleFileReader, LineEndsMarksAndNul)
-{
-    const QString nul = scratchFile("nul.rc");
-    install("nul-inside.rc", nul);
-    ASSERT_TRUE(manager.addFileContents(nul, false));
-    EXPECT_EQ(paths(policiesInReadOrder(manager)), QStringList{"/tmp/a"}) << "the text ends at the first NUL";
-
-    // A byte order mark must not hide a comment, and every line separator ends a line.
-    QString text = QStringLiteral("\uFEFF; saved by an editor that marks UTF-8\n");
-    const QStringList separators{
-        "\n", "\r", "\r\n", "\v", "\f", QString(QChar(0x85)), QString(QChar(0x2028)), QString(QChar(0x2029))};
-    for (qsizetype i = 0; i < separators.size(); ++i)
-        text += QStringLiteral("allow path \"/p%1\" \"any\" r \"\" \"\" \"0\"").arg(i) + separators[i];
-    const QString path = scratchFile("separators.rc");
-    write(path, text.toUtf8());
-    RuleManager reader;
-    ASSERT_TRUE(reader.addFileContents(path, false));
-    EXPECT_EQ(policiesInReadOrder(reader).size(), separators.size());
-}
-
 // The reader used to bring the process down on this line; now the read fails and
 // says where, keeping what was read before the line.
 TEST_F(RuleFileReader, ShortTraceLineFailsTheRead)
@@ -212,58 +191,6 @@ TEST_F(RuleFileReader, SequenceAndDuplicatesSpanFiles)
     ASSERT_TRUE(manager.addFileContents(first, false));
     EXPECT_EQ(policiesInReadOrder(manager).size(), 4);
     EXPECT_EQ(manager.watchRules().size(), 1);
-}
-
-TEST_F(RuleFileReader, DropsExactlyTheRulesEqualToAnEarlierOne)
-{
-    // Few distinct values per field, so that equal rules and near-misses are frequent.
-    QRandomGenerator random(20240601);
-    const QStringList classes{"allow", "deny", "Allow"};
-    const QStringList types{"path", "prefix", "suffix"};
-    const QStringList texts{"/a", "/a/", "/b c", "any", ""};
-    const QStringList processes{"/bin/x", "/bin/y", "/bin/x via /bin/sh", "any"};
-    const QStringList operations{"r", "rw", "wr", "x"};
-    const QStringList constraints{"", "TEAM000001"};
-    auto pick = [&](const QStringList &list) { return list[random.bounded(int(list.size()))]; };
-
-    QList<QByteArray> files(2);
-    for (QByteArray &file : files) {
-        for (int i = 0; i < 400; ++i) {
-            file += QStringLiteral("%1 %2 \"%3\" \"%4\" %5 \"\" \"%6\" \"%7\"\n")
-                        .arg(pick(classes), pick(types), pick(texts), pick(processes), pick(operations),
-                             pick(constraints))
-                        .arg(i)
-                        .toUtf8();
-        }
-    }
-    RuleManager reference;
-    for (qsizetype i = 0; i < files.size(); ++i) {
-        const QString path = scratchFile(QStringLiteral("random%1.rc").arg(i));
-        write(path, files[i]);
-        ASSERT_TRUE(manager.addFileContents(path, false));
-    }
-    // Reference: the plain rule "not equal to any kept rule", over every rule in order.
-    QList<PolicyRulePtr> kept;
-    for (const QByteArray &file : files) {
-        for (const QByteArray &line : file.split('\n')) {
-            const QStringList tokens = RuleManager::scanString(QString::fromUtf8(line));
-            if (tokens.size() < 5)
-                continue;
-            auto rule = std::make_shared<PolicyRule>();
-            rule->policyClass = RuleManager::policyClassForString(tokens[0]);
-            rule->policyType = RuleManager::policyTypeForString(tokens[1]);
-            rule->path = tokens[2];
-            rule->processName = tokens[3];
-            rule->operations = RuleManager::operationsForString(tokens[4]);
-            rule->constraint = tokens[6];
-            if (std::none_of(kept.begin(), kept.end(), [&](const auto &k) { return k->isEqualTo(*rule); }))
-                kept.append(rule);
-        }
-    }
-    const QList<PolicyRulePtr> read = policiesInReadOrder(manager);
-    ASSERT_EQ(read.size(), kept.size());
-    for (qsizetype i = 0; i < kept.size(); ++i)
-        EXPECT_TRUE(read[i]->isEqualTo(*kept[i])) << i;
 }
 
 TEST_F(RuleFileReader, FailsafeFileMergesNeighbouringDenials)

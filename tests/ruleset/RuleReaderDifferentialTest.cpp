@@ -52,13 +52,15 @@ const QList<QByteArray> kLineEnds{"\n",   "\r\n",     "\r",           "\x0b",
                                   "\x0c", "\xc2\x85", "\xe2\x80\xa8", "\xe2\x80\xa9"};
 const QList<QByteArray> kFlaws{"\xc0\x80", "\xff", "\xe2\x80", "\xed\xa0\x80"};
 
-QByteArray randomFile(QRandomGenerator &random)
+// Lines are now and then taken again from `earlier`, the lines of this and
+// earlier files, so that duplicates span files.
+QByteArray randomFile(QRandomGenerator &random, QList<QByteArray> &earlier)
 {
     QByteArray file = random.bounded(4) == 0 ? "\xef\xbb\xbf" : "";
     QList<QByteArray> lines;
     for (int i = random.bounded(1, 60); i > 0; --i) {
-        if (!lines.isEmpty() && random.bounded(4) == 0) {
-            lines.append(lines[random.bounded(lines.size())]);
+        if (!earlier.isEmpty() && random.bounded(4) == 0) {
+            lines.append(earlier[random.bounded(earlier.size())]);
             continue;
         }
         QByteArray line;
@@ -67,6 +69,7 @@ QByteArray randomFile(QRandomGenerator &random)
         for (int words = random.bounded(1, 10); words > 0; --words)
             line += (random.bounded(8) ? " " : "  ") + kPieces[random.bounded(kPieces.size())];
         lines.append(line);
+        earlier.append(line);
     }
     for (const QByteArray &line : lines)
         file += line + kLineEnds[random.bounded(kLineEnds.size())];
@@ -94,28 +97,32 @@ QString fieldsOf(const NVCRuleBase &rule)
         .arg(rule.constraint.isNull());
 }
 
-struct Expected
+// The documented steps, with what was kept carried from file to file.
+class PlainReader
 {
-    bool read = true;
-    qsizetype failingLine = 0;
+public:
+    // False when the file is not read to its end; `failingLine` then names a
+    // short trace line, or stays 0.
+    bool read(QByteArray bytes, bool system, qsizetype &failingLine);
+
     QMap<QString, QStringList> groups;
     QStringList watches;
     QStringList traces;
+    qint64 sequence = 0;
+
+private:
+    QList<PolicyRulePtr> m_kept;
+    QList<WatchRulePtr> m_keptWatches;
 };
 
-Expected readPlainly(QByteArray bytes, bool system)
+bool PlainReader::read(QByteArray bytes, bool system, qsizetype &failingLine)
 {
-    Expected expected;
+    failingLine = 0;
     bytes.truncate(qstrnlen(bytes.constData(), std::size_t(bytes.size())));
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder.decode(bytes);
-    if (decoder.hasError()) {
-        expected.read = false;
-        return expected;
-    }
-    QList<PolicyRulePtr> kept;
-    QList<WatchRulePtr> keptWatches;
-    qint64 sequence = 0;
+    if (decoder.hasError())
+        return false;
     qsizetype lineNumber = 1;
     qsizetype start = 0;
     for (qsizetype at = 0; at <= text.size(); ++at) {
@@ -131,11 +138,10 @@ Expected readPlainly(QByteArray bytes, bool system)
             continue;
         if (words[0] == u"trace") {
             if (words.size() < 3) {
-                expected.read = false;
-                expected.failingLine = currentLine;
-                break;
+                failingLine = currentLine;
+                return false;
             }
-            expected.traces.append(words[1] + u'|' + words[2]);
+            traces.append(words[1] + u'|' + words[2]);
             continue;
         }
         if (words.size() < 5)
@@ -163,44 +169,47 @@ Expected readPlainly(QByteArray bytes, bool system)
             rule->created = RuleText::leadingInteger(words[7]);
         if (watch) {
             const auto sameWatch = [&](const WatchRulePtr &other) { return other->isEqualTo(*rule); };
-            if (std::none_of(keptWatches.cbegin(), keptWatches.cend(), sameWatch)) {
-                keptWatches.append(std::static_pointer_cast<WatchRule>(rule));
-                expected.watches.append(fieldsOf(*rule));
+            if (std::none_of(m_keptWatches.cbegin(), m_keptWatches.cend(), sameWatch)) {
+                m_keptWatches.append(std::static_pointer_cast<WatchRule>(rule));
+                watches.append(fieldsOf(*rule));
             }
             continue;
         }
         const auto same = [&](const PolicyRulePtr &other) { return other->isEqualTo(*rule); };
-        if (std::none_of(kept.cbegin(), kept.cend(), same)) {
-            kept.append(std::static_pointer_cast<PolicyRule>(rule));
-            expected.groups[RuleManager::applicationGroupIdentityForRule(*rule)].append(fieldsOf(*rule));
+        if (std::none_of(m_kept.cbegin(), m_kept.cend(), same)) {
+            m_kept.append(std::static_pointer_cast<PolicyRule>(rule));
+            groups[RuleManager::applicationGroupIdentityForRule(*rule)].append(fieldsOf(*rule));
         }
     }
-    return expected;
+    return true;
 }
 
 TEST(RuleReaderDifferential, RandomFilesReadAsThePlainReaderReadsThem)
 {
     QTemporaryDir dir;
     QRandomGenerator random(20261122);
-    for (int round = 0; round < 400; ++round) {
-        const QByteArray bytes = randomFile(random);
-        const bool system = round % 3 == 0;
-        const QString path = dir.filePath(u"r%1.rc"_s.arg(round));
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-        file.close();
-        SCOPED_TRACE(bytes.toPercentEncoding(" \"/;").toStdString());
-
+    for (int round = 0; round < 250; ++round) {
         RuleManager manager;
-        const bool read = manager.addFileContents(path, system);
-        const Expected expected = readPlainly(bytes, system);
-        ASSERT_EQ(read, expected.read) << qPrintable(manager.lastErrorMessage());
-        if (expected.failingLine > 0)
-            EXPECT_TRUE(manager.lastErrorMessage().endsWith(
-                u"at line %1: a trace rule needs a path and a process"_s.arg(expected.failingLine)))
+        PlainReader plain;
+        QList<QByteArray> earlierLines;
+        for (int files = random.bounded(1, 4); files > 0; --files) {
+            const QByteArray bytes = randomFile(random, earlierLines);
+            const bool system = random.bounded(3) == 0;
+            const QString path = dir.filePath(u"r%1-%2.rc"_s.arg(round).arg(files));
+            QFile file(path);
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+            file.close();
+            SCOPED_TRACE(bytes.toPercentEncoding(" \"/;").toStdString());
+
+            qsizetype failingLine = 0;
+            ASSERT_EQ(manager.addFileContents(path, system), plain.read(bytes, system, failingLine))
                 << qPrintable(manager.lastErrorMessage());
-        else if (!read)
-            continue;
+            if (failingLine > 0) {
+                EXPECT_TRUE(manager.lastErrorMessage().endsWith(
+                    u"at line %1: a trace rule needs a path and a process"_s.arg(failingLine)))
+                    << qPrintable(manager.lastErrorMessage());
+            }
+        }
 
         QMap<QString, QStringList> groups;
         for (auto group = manager.policyRulesByApplication().cbegin();
@@ -208,15 +217,16 @@ TEST(RuleReaderDifferential, RandomFilesReadAsThePlainReaderReadsThem)
             for (const PolicyRulePtr &rule : *group)
                 groups[group.key()].append(fieldsOf(*rule));
         }
-        EXPECT_EQ(groups, expected.groups);
+        EXPECT_EQ(groups, plain.groups);
         QStringList watches;
         for (const WatchRulePtr &rule : manager.watchRules())
             watches.append(fieldsOf(*rule));
-        EXPECT_EQ(watches, expected.watches);
+        EXPECT_EQ(watches, plain.watches);
         QStringList traces;
         for (const TraceRule &trace : manager.traceRules())
             traces.append(trace.path + u'|' + trace.processName);
-        EXPECT_EQ(traces, expected.traces);
+        EXPECT_EQ(traces, plain.traces);
+        EXPECT_EQ(manager.ruleSequence(), plain.sequence);
     }
 }
 
