@@ -89,9 +89,6 @@ TEST_F(RulesCommand, InvalidInputIsRefusedAndNothingIsSaved)
         const char *message;
     } cases[] = {
         {{"--class", "permit", "--type", "path", "--path", "/x", "--process", "any"}, 1, "class"},
-        {{"--class", "deny", "--type", "path", "--path", "/x", "--process", "any", "--operations", "rq"},
-         1,
-         "operation"},
         {{"--class", "deny", "--type", "path", "--path", "/x", "--process", "any"},
          1,
          "at least one operation"},
