@@ -162,20 +162,26 @@ permit prefix "/home/" "/usr/bin/evince" r "" "" "0"
 }
 
 // Refused before any daemon is asked.
-TEST(QuivenctlFiles, RulesAddNamesTheFieldThatARuleLineCannotHold)
+TEST(QuivenctlFiles, RulesAddNamesWhatIsWrongWithTheRule)
 {
-    const QStringList base{"rules", "add", "--class", "allow", "--type", "path", "--operations", "r"};
-    const std::pair<QStringList, QByteArray> cases[] = {
-        {{"--path", "/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0", "--process", "any"}, "path"},
-        {{"--path", "/a", "--process", "/usr/bin/x\u2028y"}, "process"},
-        {{"--path", "/a", "--process", "/usr/bin/x", "--parent", "/bin/\"sh"}, "parent"},
-        {{"--path", "/a", "--process", "any", "--tag", "one\rtwo"}, "tag"},
+    const QStringList base{"rules", "add", "--type", "path", "--class", "allow", "--path"};
+    const QString holds = "%1 holds a line break or a double quote";
+    const std::pair<QStringList, QString> cases[] = {
+        {{"/a", "--class", "permit", "--process", "any", "--operations", "r"},
+         "the class must be allow, deny"},
+        {{"/a", "--process", "any", "--operations", "rq"}, "'q' is not an operation letter"},
+        {{"/a", "--process", "any"}, "give at least one operation"},
+        {{"/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0", "--process", "any", "--operations", "r"},
+         holds.arg("the path")},
+        {{"/a", "--process", "/usr/bin/x\u2028y", "--operations", "r"}, holds.arg("the process")},
+        {{"/a", "--process", "/usr/bin/x", "--parent", "/bin/\"sh", "--operations", "r"},
+         holds.arg("the parent")},
+        {{"/a", "--process", "any", "--operations", "r", "--tag", "one\rtwo"}, holds.arg("the tag")},
     };
-    for (const auto &[fields, named] : cases) {
+    for (const auto &[fields, message] : cases) {
         const QuivenctlRun run = runQuivenctl(base + fields);
-        EXPECT_EQ(run.exitCode, 1) << named.data();
-        EXPECT_TRUE(run.err.contains(QByteArray("the " + named + " holds a line break or a double quote")))
-            << run.err.data();
+        EXPECT_EQ(run.exitCode, 1) << message.toStdString();
+        EXPECT_TRUE(run.err.contains(message.toUtf8())) << run.err.data();
     }
 }
 
@@ -185,6 +191,8 @@ TEST(QuivenctlFiles, UsageErrorsExitWithTwoAndPrintOnlyToStandardError)
     const std::pair<QStringList, const char *> cases[] = {
         {{}, ""},
         {{"no-such-command"}, ""},
+        {{"rules", "frobnicate"}, ""},
+        {{"rules", "add", "--class", "deny", "--type", "path", "--process", "any"}, "--path is required"},
         {{"tokenize", "file.rc"}, ""},
         {{"load", "some.rc"}, ""},
         {{"parse"}, ""},
