@@ -1,6 +1,5 @@
 #include "NVCAuthorizationHolder.h"
 #include "NVCAuthorizationHolderErrors.h"
-#include "NVCAuthorizationHolderVerifier.h"
 #include "NVCAuthorizationRefHolder.h"
 #include "NVCLocalAuthenticationContextHolder.h"
 
@@ -156,18 +155,6 @@ TEST(LocalAuthenticationContextHolder, ReportsContextErrors)
 
     context.reset();
     EXPECT_EQ(check(*holder).error, makeHolderError(NVCAuthorizationHolderError::ContextMissing));
-}
-
-TEST(AuthorizationHolderVerifier, MissingHolderIsItsOwnError)
-{
-    CheckResult result;
-    NVCAuthorizationHolderVerifier().checkAuthorizationHolder(
-        nullptr, [&](bool ok, const std::optional<NVCAuthError> &error) {
-            result = {true, ok, error};
-        });
-    ASSERT_TRUE(result.called);
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.error, makeHolderError(NVCAuthorizationHolderError::VerifierHolderMissing));
 }
 
 TEST(NVCAuthorization, ExternalFormRequiresExactly32Bytes)

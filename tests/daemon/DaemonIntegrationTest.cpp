@@ -154,20 +154,6 @@ TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartAndRetriesSlowDownAf
     EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
 }
 
-TEST_F(DaemonIntegration, LosingTheBusConnectionInvalidatesTheClient)
-{
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    client.registerUserAgent();
-    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
-
-    // Noticed without any call in flight.
-    bus.stop();
-    EXPECT_TRUE(waitUntil([&] { return !client.isRegistered(); }));
-
-    for (int asked = 0; asked < 2; ++asked)
-        EXPECT_EQ(answerOf<qint64>([&](auto done) { client.getQUIVENFilterStatusWithCallback(done); }), 0);
-}
-
 TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
 {
     NVCSettingsClient client(connection, NVCNamespace(QString()));

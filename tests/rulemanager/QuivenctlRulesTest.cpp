@@ -78,34 +78,6 @@ TEST_F(RulesCommand, AddListAndDeleteGoThroughTheDaemons)
     EXPECT_TRUE(unknown.err.contains("no user rule matches")) << unknown.err.data();
 }
 
-TEST_F(RulesCommand, InvalidInputIsRefusedAndNothingIsSaved)
-{
-    start(QStringLiteral("grant"));
-    const QByteArray before = daemons.userFile();
-    const struct
-    {
-        QStringList arguments;
-        int exitCode;
-        const char *message;
-    } cases[] = {
-        {{"--class", "permit", "--type", "path", "--path", "/x", "--process", "any"}, 1, "class"},
-        {{"--class", "deny", "--type", "path", "--path", "/x", "--process", "any", "--operations", "rq"},
-         1,
-         "operation"},
-        {{"--class", "deny", "--type", "path", "--path", "/x", "--process", "any"},
-         1,
-         "at least one operation"},
-        {{"--class", "deny", "--type", "path", "--process", "any"}, 2, "--path is required"},
-    };
-    for (const auto &entry : cases) {
-        const QuivenctlRun run = quivenctl(QStringList{"add"} + entry.arguments);
-        EXPECT_EQ(run.exitCode, entry.exitCode) << entry.arguments.join(' ').toStdString();
-        EXPECT_TRUE(run.err.contains(entry.message)) << run.err.data();
-    }
-    EXPECT_EQ(quivenctl({"frobnicate"}).exitCode, 2);
-    EXPECT_EQ(daemons.userFile(), before);
-}
-
 TEST_F(RulesCommand, ExportWritesTheUsersRulesAndImportAddsOnlyValidNewOnes)
 {
     start(QStringLiteral("grant"));

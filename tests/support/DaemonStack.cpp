@@ -110,16 +110,16 @@ bool DaemonStack::start(const QString &authAnswer)
     return startAuthority(authAnswer) && startSettingsd() && startFilterd();
 }
 
-bool DaemonStack::startAuthority(const QString &authAnswer, const QStringList &extraArguments)
+bool DaemonStack::startAuthority(const QString &authAnswer)
 {
     if (!m_bus.isRunning())
         return false;
     m_authority.reset();
     QProcessEnvironment authorityEnvironment = environment();
     authorityEnvironment.insert(QStringLiteral("QUIVEN_DEV_AUTH"), authAnswer);
-    m_authority = std::make_unique<StandInProcess>(
-        builtBinary(QStringLiteral("services/authority/quiven-authd")),
-        QStringList{QStringLiteral("--dev-backend")} + extraArguments, authorityEnvironment);
+    m_authority =
+        std::make_unique<StandInProcess>(builtBinary(QStringLiteral("services/authority/quiven-authd")),
+                                         QStringList{QStringLiteral("--dev-backend")}, authorityEnvironment);
     return m_authority->start(m_bus, QStringLiteral("com.norvalis.nrauthd"));
 }
 

@@ -45,7 +45,7 @@ public:
     // grant, deny or cancel.
     bool start(const QString &authAnswer = QStringLiteral("grant"));
     // Replaces a running authority.
-    bool startAuthority(const QString &authAnswer, const QStringList &extraArguments = {});
+    bool startAuthority(const QString &authAnswer);
     // Start again after a stop or a kill, with the same arguments.
     bool startSettingsd();
     bool startFilterd();

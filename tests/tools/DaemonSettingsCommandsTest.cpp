@@ -35,7 +35,7 @@ protected:
     std::unique_ptr<DaemonStack> services;
 };
 
-TEST_F(DaemonSettingsCommands, DaemonCommandsDriveTheFilterDaemon)
+TEST_F(DaemonSettingsCommands, CommandsDriveTheDaemonsAndFailWithoutThem)
 {
     startServices("grant");
     EXPECT_EQ(status(), 1);
@@ -52,25 +52,12 @@ TEST_F(DaemonSettingsCommands, DaemonCommandsDriveTheFilterDaemon)
     EXPECT_EQ(run({"daemon", "delete-failsafe"}).exitCode, 0);
     EXPECT_FALSE(QFile::exists(failsafe));
 
-    // The rules are the user file the daemon read.
-    int watchLines = 0;
-    int policyLines = 0;
-    for (const QByteArray &line : services->userFile().split('\n')) {
-        watchLines += line.startsWith("watch ");
-        policyLines += line.startsWith("allow ") || line.startsWith("deny ");
-    }
     const QuivenctlRun rules = run({"daemon", "rules"});
     ASSERT_EQ(rules.exitCode, 0) << rules.err.toStdString();
-    const QJsonArray watch = rules.object()["watchRules"].toArray();
-    EXPECT_EQ(watch.size(), watchLines);
-    EXPECT_EQ(rules.object()["policyRules"].toArray().size(), policyLines);
-    EXPECT_TRUE(ruleTexts(watch).contains("watch path \"/etc/hosts\" \"any\" wcm \"hosts file changes\""))
-        << ruleTexts(watch).join(u'\n').toStdString();
-}
+    EXPECT_TRUE(ruleTexts(rules.object()["watchRules"].toArray())
+                    .contains("watch path \"/etc/hosts\" \"any\" wcm \"hosts file changes\""));
+    EXPECT_FALSE(rules.object()["policyRules"].toArray().isEmpty());
 
-TEST_F(DaemonSettingsCommands, GrantedChangesAreMadeAndReported)
-{
-    startServices("grant");
     const QuivenctlRun ruleset = run({"settings", "set", "ruleset", "2", "--no-prompt"});
     ASSERT_EQ(ruleset.exitCode, 0) << ruleset.err.toStdString();
     EXPECT_EQ(ruleset.object()["quiven-system-ruleset-in-use"], 2);
@@ -81,6 +68,26 @@ TEST_F(DaemonSettingsCommands, GrantedChangesAreMadeAndReported)
     const QJsonObject settings = systemSettings();
     EXPECT_EQ(settings["quiven-system-ruleset-in-use"], 2);
     EXPECT_EQ(settings["quiven-learning-mode"], true);
+
+    const QStringList cases[] = {
+        {"settings", "set", "ruleset", "3"},
+        {"settings", "set", "learning", "yes"},
+        {"daemon", "status", "--cleanup"},
+    };
+    for (const QStringList &arguments : cases) {
+        const QuivenctlRun usage = run(arguments);
+        EXPECT_EQ(usage.exitCode, 2) << arguments.join(u' ').toStdString();
+        EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
+    }
+    EXPECT_EQ(systemSettings(), settings);
+    EXPECT_EQ(status(), 1);
+
+    services->filterd().terminate();
+    ASSERT_TRUE(services->bus().waitForNameGone("com.norvalis.nrquivend"));
+    const QuivenctlRun failed = run({"daemon", "status"});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_TRUE(failed.out.isEmpty());
+    EXPECT_TRUE(failed.err.contains("com.norvalis.nrquivend")) << failed.err.toStdString();
 }
 
 TEST_F(DaemonSettingsCommands, RefusedAuthorizationChangesNothing)
@@ -96,34 +103,6 @@ TEST_F(DaemonSettingsCommands, RefusedAuthorizationChangesNothing)
         EXPECT_TRUE(learning.err.contains(message)) << learning.err.toStdString();
         EXPECT_EQ(systemSettings(), before);
     }
-}
-
-TEST_F(DaemonSettingsCommands, UsageErrorsAndAMissingDaemon)
-{
-    startServices("grant");
-    const QJsonObject before = systemSettings();
-    const QStringList cases[] = {
-        {"settings", "set", "ruleset", "3"},
-        {"settings", "set", "learning", "yes"},
-        {"settings", "set", "learning"},
-        {"settings", "get", "--no-prompt"},
-        {"daemon", "explode"},
-        {"daemon", "status", "--cleanup"},
-    };
-    for (const QStringList &arguments : cases) {
-        const QuivenctlRun usage = run(arguments);
-        EXPECT_EQ(usage.exitCode, 2) << arguments.join(u' ').toStdString();
-        EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
-    }
-    EXPECT_EQ(systemSettings(), before);
-    EXPECT_EQ(status(), 1);
-
-    services->filterd().terminate();
-    ASSERT_TRUE(services->bus().waitForNameGone("com.norvalis.nrquivend"));
-    const QuivenctlRun failed = run({"daemon", "status"});
-    EXPECT_EQ(failed.exitCode, 1);
-    EXPECT_TRUE(failed.out.isEmpty());
-    EXPECT_TRUE(failed.err.contains("com.norvalis.nrquivend")) << failed.err.toStdString();
 }
 
 } // namespace

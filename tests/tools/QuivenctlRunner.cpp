@@ -1,7 +1,7 @@
 #include "QuivenctlRunner.h"
 
-#include <QDir>
-#include <QFile>
+#include "TestFiles.h"
+
 #include <QProcess>
 #include <gtest/gtest.h>
 
@@ -39,10 +39,7 @@ RuleFolder::RuleFolder()
 QString RuleFolder::write(const QString &relativePath, const QByteArray &content) const
 {
     const QString full = path(relativePath);
-    QDir().mkpath(QFileInfo(full).absolutePath());
-    QFile file(full);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(content);
+    EXPECT_TRUE(writeFile(full, content));
     return full;
 }
 

