@@ -78,9 +78,9 @@ TEST_F(RuleFileWriterTest, WritesUserWatchRulesThenPolicyRulesInGroupOrder)
 TEST_F(RuleFileWriterTest, LinesAreEachRecordsTextInUtf8)
 {
     const QChar high(char16_t(0xd83d)), low(char16_t(0xde00));
-    const QStringList texts{u""_s,          QString(),         u"caf\u00e9 \u212a"_s, QString(high),
-                            QString(low),   u"a"_s + high,     low + u"b"_s,           u"\"q\"uo\"\""_s,
-                            high + u"\""_s, u"\""_s + low,     QString(high) + low};
+    const QStringList texts{u""_s,          QString(),     u"caf\u00e9 \u212a"_s, QString(high),
+                            QString(low),   u"a"_s + high, low + u"b"_s,          u"\"q\"uo\"\""_s,
+                            high + u"\""_s, u"\""_s + low, QString(high) + low};
     QList<RuleBasePtr> records;
     QByteArray expected;
     qint64 created = std::numeric_limits<qint64>::min();
@@ -141,29 +141,34 @@ TEST_F(RuleFileWriterTest, OpenFailuresLeaveTargetsUntouched)
 
 TEST_F(RuleFileWriterTest, ShortWriteIsRecordedAndLaterLinesStillTried)
 {
-    for (int i = 0; i < 5; ++i)
-        manager.addWatchRule(watchRule(u"/path/number/%1"_s.arg(i), u"any"_s));
-    // A file size limit makes write() come back short without touching devices.
-    // Each line is 41 bytes: the limit falls inside the third line, then on its start.
-    for (const rlim_t limit : {rlim_t(100), rlim_t(82)}) {
+    // Each line is 41 bytes. Five lines make one batch: the limit falls inside
+    // the third line, then on its start. 3000 make several batches: the limit
+    // falls inside the first one, then inside a later one.
+    const QList<std::pair<int, rlim_t>> cases{{5, 100}, {5, 82}, {3000, 30000}, {3000, 70000}};
+    for (const auto &[lines, limit] : cases) {
+        RuleManager writer;
+        for (int i = 0; i < lines; ++i)
+            writer.addWatchRule(watchRule(u"/path/number/%1"_s.arg(i % 10), u"any"_s), false);
+        writer.rebuildRulesCache();
+        // A file size limit makes write() come back short without touching devices.
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit saved{};
         ::getrlimit(RLIMIT_FSIZE, &saved);
         rlimit limited = saved;
         limited.rlim_cur = limit;
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-        const bool written = manager.writeToFile(path());
+        const bool written = writer.writeToFile(path());
         ::setrlimit(RLIMIT_FSIZE, &saved);
         std::signal(SIGXFSZ, SIG_DFL);
 
         EXPECT_TRUE(written);
-        EXPECT_EQ(manager.lastErrorMessage(),
+        EXPECT_EQ(writer.lastErrorMessage(),
                   u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
         EXPECT_EQ(contents(path()).size(), qsizetype(limit));
+        ASSERT_TRUE(writer.writeToFile(path()));
+        EXPECT_TRUE(writer.lastErrorMessage().isNull());
+        EXPECT_EQ(contents(path()).size(), lines * 41);
     }
-    ASSERT_TRUE(manager.writeToFile(path()));
-    EXPECT_TRUE(manager.lastErrorMessage().isNull());
-    EXPECT_EQ(contents(path()).size(), 5 * 41);
 }
 
 TEST_F(RuleFileWriterTest, SelectionWritesGivenRulesAndSkipsUnrenderable)
