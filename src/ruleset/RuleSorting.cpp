@@ -1,5 +1,6 @@
 #include "RuleLogging.h"
 #include "RuleManager.h"
+#include "TextRanks.h"
 
 #include <QCollator>
 #include <QLocale>
@@ -121,49 +122,47 @@ class SortColumn
 public:
     SortColumn(const RuleSortDescriptor &descriptor, Field field, const QList<RuleBasePtr> &rows)
         : m_ascending(descriptor.ascending)
-        , m_text(isTextField(field))
-        , m_localized(descriptor.comparison == RuleSortDescriptor::Comparison::LocalizedStandardCompare)
+        , m_localized(isTextField(field) &&
+                      descriptor.comparison == RuleSortDescriptor::Comparison::LocalizedStandardCompare)
     {
-        const bool folded = descriptor.comparison == RuleSortDescriptor::Comparison::CaseInsensitiveCompare;
-        for (const RuleBasePtr &row : rows) {
-            if (!m_text) {
+        if (!isTextField(field)) {
+            for (const RuleBasePtr &row : rows)
                 m_numbers.push_back(row ? numberOf(*row, field) : 0);
-                continue;
-            }
+            return;
+        }
+        const bool folded = descriptor.comparison == RuleSortDescriptor::Comparison::CaseInsensitiveCompare;
+        std::vector<QString> texts;
+        texts.reserve(std::size_t(rows.size()));
+        for (const RuleBasePtr &row : rows) {
             const QString text = row ? textOf(*row, field) : QString();
             if (m_localized)
                 m_keys.push_back(localizedCollator().sortKey(text));
             else
-                m_texts.push_back(folded ? text.toCaseFolded() : text);
+                texts.push_back(folded ? text.toCaseFolded() : text);
         }
+        // Plain text order becomes ranks once, so that the sort compares numbers.
+        if (!m_localized)
+            m_numbers = denseRanks(texts);
     }
 
     // A text key whose dense ranks are known.
     SortColumn(const RuleSortDescriptor &descriptor, const std::vector<qint64> &ranks)
         : m_ascending(descriptor.ascending)
-        , m_text(false)
         , m_localized(false)
         , m_numbers(ranks)
     {}
 
     int compare(qsizetype a, qsizetype b) const
     {
-        int result;
-        if (!m_text)
-            result = compareNumbers(m_numbers[size_t(a)], m_numbers[size_t(b)]);
-        else if (m_localized)
-            result = m_keys[size_t(a)].compare(m_keys[size_t(b)]);
-        else
-            result = m_texts[size_t(a)].compare(m_texts[size_t(b)]);
+        const int result = m_localized ? m_keys[size_t(a)].compare(m_keys[size_t(b)])
+                                       : compareNumbers(m_numbers[size_t(a)], m_numbers[size_t(b)]);
         return m_ascending ? result : -result;
     }
 
 private:
     bool m_ascending;
-    bool m_text;
     bool m_localized;
-    std::vector<qint64> m_numbers;
-    std::vector<QString> m_texts;
+    std::vector<qint64> m_numbers; // values, or the ranks of texts
     std::vector<QCollatorSortKey> m_keys;
 };
 

@@ -1,6 +1,8 @@
 #include "RuleManager.h"
 #include "StoreTestRules.h"
 
+#include <QRandomGenerator>
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -142,6 +144,44 @@ TEST(RuleSortingTest, ComparisonsOrderTextsAsTheTableExpects)
               (QStringList{u"b"_s, u"file1"_s, u"file10"_s, u"File2"_s}));
     EXPECT_EQ(sortedBy(Comparison::LocalizedStandardCompare),
               (QStringList{u"b"_s, u"file1"_s, u"File2"_s, u"file10"_s}));
+}
+
+// Text keys are ranked without QString::compare; the order must still be its
+// order, stable among equal texts, for awkward texts with long shared starts.
+TEST(RuleSortingTest, TextOrdersAgreeWithQStringCompareOnRandomTexts)
+{
+    using Comparison = RuleSortDescriptor::Comparison;
+    // Lone surrogates too: code unit order puts them below U+FFFF.
+    const QString units = u"aAkK/\u212a\u017f\u00df\u00e9\u0130\uffff"_s + QChar(0xd83d) + QChar(0xde00);
+    QRandomGenerator random(11);
+    RuleManager manager;
+    for (int i = 0; i < 600; ++i) {
+        QString path = random.bounded(3) ? u"/home/alice/Documents/"_s : QString();
+        for (int length = random.bounded(4); length > 0; --length)
+            path += units[random.bounded(units.size())];
+        auto rule = policyRule(PolicyClass::Allow, PolicyType::Path, path, u"/bin/x%1"_s.arg(i % 7), 1);
+        rule->created = random.bounded(3);
+        manager.addPolicyRule(rule, false);
+    }
+    manager.rebuildRulesCache();
+
+    for (const Comparison comparison : {Comparison::Compare, Comparison::CaseInsensitiveCompare}) {
+        for (const bool ascending : {true, false}) {
+            QList<RuleBasePtr> expected = rows(manager, true);
+            const auto text = [&](const RuleBasePtr &rule) {
+                return comparison == Comparison::Compare ? rule->path : rule->path.toCaseFolded();
+            };
+            std::stable_sort(expected.begin(), expected.end(), [&](const auto &a, const auto &b) {
+                const int order = text(a).compare(text(b));
+                if (order != 0)
+                    return ascending ? order < 0 : order > 0;
+                return a->created > b->created;
+            });
+            manager.sortIndexUsingDescriptors(
+                {{u"path"_s, ascending, comparison}, {u"created"_s, false, Comparison::Compare}});
+            EXPECT_EQ(rows(manager, true), expected) << int(comparison) << ascending;
+        }
+    }
 }
 
 } // namespace
