@@ -9,6 +9,7 @@
 #include "RuleTokenizer.h"
 
 #include <QCoreApplication>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -110,8 +111,15 @@ std::vector<std::vector<ParsedRuleLine>> parseInParts(QByteArrayView file, bool 
     std::vector<std::vector<ParsedRuleLine>> parsed(parts.size());
     {
         std::vector<std::jthread> helpers;
-        for (std::size_t i = 1; i < parts.size(); ++i)
-            helpers.emplace_back([&, i] { parsed[i] = parseRuleLines(file, parts[i], system); });
+        for (std::size_t i = 1; i < parts.size(); ++i) {
+            const auto parse = [&, i] { parsed[i] = parseRuleLines(file, parts[i], system); };
+            try {
+                helpers.emplace_back(parse);
+            } catch (const std::system_error &) {
+                // No thread to be had (a process limit): this part is parsed here.
+                parse();
+            }
+        }
         parsed[0] = parseRuleLines(file, parts[0], system);
     }
     return parsed;
