@@ -5,7 +5,10 @@
 
 #include <QFile>
 #include <QHash>
+#include <QRegularExpression>
 #include <QTemporaryDir>
+#include <cstdio>
+#include <cstdlib>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -65,6 +68,30 @@ qint64 residentBytes()
         return 0;
     const QList<QByteArray> fields = statm.readAll().split(' ');
     return fields.size() > 1 ? fields[1].toLongLong() * sysconf(_SC_PAGESIZE) : 0;
+}
+
+qint64 heapBytesInUse()
+{
+    char *text = nullptr;
+    size_t size = 0;
+    FILE *stream = open_memstream(&text, &size);
+    if (!stream)
+        return 0;
+    malloc_info(0, stream);
+    std::fclose(stream);
+    const QByteArray info(text, qsizetype(size));
+    std::free(text);
+    // The totals over every arena follow the last arena's own figures.
+    const QByteArray totals = info.mid(info.lastIndexOf("</heap>"));
+    const auto figure = [&totals](const char *pattern) {
+        const QRegularExpressionMatch match =
+            QRegularExpression(QLatin1String(pattern)).match(QString::fromLatin1(totals));
+        return match.hasMatch() ? match.captured(1).toLongLong() : 0;
+    };
+    return figure(R"re(<system type="current" size="(\d+)")re") -
+           figure(R"re(<total type="fast" count="\d+" size="(\d+)")re") -
+           figure(R"re(<total type="rest" count="\d+" size="(\d+)")re") +
+           figure(R"re(<total type="mmap" count="\d+" size="(\d+)")re");
 }
 
 } // namespace bench

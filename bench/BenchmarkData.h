@@ -22,5 +22,8 @@ QString scratchFile(const QString &name);
 // Resident set size of this process in bytes, after returning freed heap
 // memory to the system so that deltas reflect live allocations.
 qint64 residentBytes();
+// Heap bytes in use over all of malloc's arenas, chunk overhead included. Unlike
+// the resident size it does not depend on what earlier runs left free.
+qint64 heapBytesInUse();
 
 } // namespace bench

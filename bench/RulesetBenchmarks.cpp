@@ -48,7 +48,9 @@ void BM_Parse(benchmark::State &state)
 
     // Memory of one loaded ruleset, measured once before the timed runs.
     const qint64 before = bench::residentBytes();
+    const qint64 heapBefore = bench::heapBytesInUse();
     std::unique_ptr<RuleManager> measured = loadedManager(state.range(0), state.range(1));
+    const qint64 heapAfter = bench::heapBytesInUse();
     const qint64 after = bench::residentBytes();
     const auto loaded = double(measured->compositeIndex().size());
     measured.reset();
@@ -63,6 +65,7 @@ void BM_Parse(benchmark::State &state)
     }
     state.counters["rules_loaded"] = loaded;
     state.counters["rss_bytes_per_rule"] = loaded > 0 ? double(after - before) / loaded : 0;
+    state.counters["heap_bytes_per_rule"] = loaded > 0 ? double(heapAfter - heapBefore) / loaded : 0;
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_Parse)->Apply(sizesWithLargeGroup);

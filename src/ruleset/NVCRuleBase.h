@@ -15,7 +15,6 @@ public:
     NVCRuleBase();
     virtual ~NVCRuleBase();
 
-    bool system = false;
     quint32 policyClass = 0;
     quint32 policyType = 0;
     quint32 operations = 0;
@@ -27,6 +26,8 @@ public:
     QString processShortName;
     qint64 created = 0;
     qint64 sequence = 0;
+    // Last, so that a derived record's small fields fill the padding after it.
+    bool system = false;
 
     // The ruleset-file line, ending in a newline (empty for a bare base record).
     virtual QString toString() const;

@@ -12,7 +12,7 @@ constexpr qint64 kSecondsPerDay = 86400;
 }
 
 PolicyRule::PolicyRule()
-    : initialized(QDateTime::currentSecsSinceEpoch())
+    : initialized(quint32(QDateTime::currentSecsSinceEpoch()))
 {}
 
 QString PolicyRule::toString() const
@@ -35,7 +35,7 @@ int PolicyRule::getRuleState() const
 {
     if (system)
         return 1;
-    return initialized - created < kSecondsPerDay ? 2 : 0;
+    return qint64(initialized) - created < kSecondsPerDay ? 2 : 0;
 }
 
 QString PolicyRule::getProcessShortName() const

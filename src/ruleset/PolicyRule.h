@@ -7,7 +7,9 @@ class PolicyRule : public NVCRuleBase
 public:
     PolicyRule();
 
-    qint64 initialized; // seconds since 1970 when the record was built
+    // Seconds since 1970 when the record was built. 32 bits fit the padding
+    // after the base's fields: a ruleset holds millions of records.
+    quint32 initialized;
 
     QString toString() const override;
     QString description() const override;
