@@ -25,6 +25,24 @@ bool FoldedAsciiTexts::append(const QString &text, quint32 owner)
     return true;
 }
 
+void FoldedAsciiTexts::makeRoomForOwner(quint32 owner)
+{
+    for (quint32 &each : m_owners) {
+        if (each != kNoOwner && each >= owner)
+            ++each;
+    }
+}
+
+void FoldedAsciiTexts::removeOwner(quint32 owner)
+{
+    for (quint32 &each : m_owners) {
+        if (each == owner)
+            each = kNoOwner;
+        else if (each != kNoOwner && each > owner)
+            --each;
+    }
+}
+
 std::vector<bool> FoldedAsciiTexts::hits(const QByteArray &needle, std::size_t owners) const
 {
     std::vector<bool> found(owners);
@@ -40,7 +58,9 @@ std::vector<bool> FoldedAsciiTexts::hits(const QByteArray &needle, std::size_t o
         const auto offset = std::size_t(static_cast<const char *>(hit) - blob);
         // The text holding the hit: the last one starting at or before it.
         const auto next = std::upper_bound(m_starts.cbegin(), m_starts.cend(), offset);
-        found[m_owners[std::size_t(next - m_starts.cbegin()) - 1]] = true;
+        const quint32 owner = m_owners[std::size_t(next - m_starts.cbegin()) - 1];
+        if (owner != kNoOwner)
+            found[owner] = true;
         at = next == m_starts.cend() ? size : *next;
     }
     return found;

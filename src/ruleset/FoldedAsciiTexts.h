@@ -10,9 +10,14 @@
 class FoldedAsciiTexts
 {
 public:
-    // Adds `text` as belonging to `owner` (owners ascend); false, adding
-    // nothing, for a null text, a unit that is not ASCII or is NUL, or a full blob.
+    // Adds `text` as belonging to `owner`; false, adding nothing, for a null
+    // text, a unit that is not ASCII or is NUL, or a full blob.
     bool append(const QString &text, quint32 owner);
+    // Owners numbered `owner` and above move one up, making room for a new one.
+    void makeRoomForOwner(quint32 owner);
+    // `owner`'s text no longer counts, and the owners above it move one down.
+    // Its bytes stay until the texts are built afresh.
+    void removeOwner(quint32 owner);
 
     // Per owner below `owners`: whether `needle`, lowered ASCII, occurs in its text.
     std::vector<bool> hits(const QByteArray &needle, std::size_t owners) const;
@@ -20,5 +25,6 @@ public:
 private:
     QByteArray m_bytes;
     std::vector<quint32> m_starts; // offset of each text, ascending
-    std::vector<quint32> m_owners; // owner of each text
+    static constexpr quint32 kNoOwner = 0xFFFFFFFF;
+    std::vector<quint32> m_owners; // owner of each text, or kNoOwner
 };

@@ -2,10 +2,11 @@
 
 #include "RuleSearch.h"
 
+#include <algorithm>
+
 PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
                                    const QHash<QString, QList<PolicyRulePtr>> &groups)
 {
-    SharedTextIndexes textIndexes;
     LastSharedText lastProcess;
     LastSharedText lastTag;
     for (const QString &key : sortedKeys) {
@@ -16,9 +17,9 @@ PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
             if (!rule)
                 continue;
             const bool pathFolded = m_paths.append(rule->path, quint32(m_rows.size()));
-            m_rows.push_back(Row{&rule, pathFolded,
-                                 sharedTextIndex(rule->processName, textIndexes, lastProcess),
-                                 sharedTextIndex(rule->tag, textIndexes, lastTag)});
+            m_rows.push_back(Row{rule, pathFolded,
+                                 sharedTextIndex(rule->processName, m_sharedTextIndexes, lastProcess),
+                                 sharedTextIndex(rule->tag, m_sharedTextIndexes, lastTag)});
         }
     }
 }
@@ -71,9 +72,33 @@ std::vector<const PolicyRulePtr *> PolicyFilterRows::matching(RuleSearch &search
     for (std::size_t i = 0; i < count; ++i) {
         const Row &row = m_rows[i];
         const bool pathMatches =
-            (blobsDecide && row.pathFolded) ? bool(pathHits[i]) : search.matches((*row.rule)->path);
+            (blobsDecide && row.pathFolded) ? bool(pathHits[i]) : search.matches(row.rule->path);
         if (pathMatches || sharedTextMatches(row.process) || sharedTextMatches(row.tag))
-            kept.push_back(row.rule);
+            kept.push_back(&row.rule);
     }
     return kept;
+}
+
+void PolicyFilterRows::insert(const PolicyRulePtr &rule,
+                              const std::function<bool(const PolicyRule &)> &listedBefore)
+{
+    const auto at = std::partition_point(m_rows.begin(), m_rows.end(),
+                                         [&](const Row &row) { return listedBefore(*row.rule); });
+    const auto index = quint32(at - m_rows.begin());
+    m_paths.makeRoomForOwner(index);
+    LastSharedText none;
+    Row row{rule, m_paths.append(rule->path, index),
+            sharedTextIndex(rule->processName, m_sharedTextIndexes, none),
+            sharedTextIndex(rule->tag, m_sharedTextIndexes, none)};
+    m_rows.insert(at, std::move(row));
+}
+
+void PolicyFilterRows::remove(const PolicyRule &rule)
+{
+    for (std::size_t i = m_rows.size(); i-- > 0;) {
+        if (m_rows[i].rule.get() == &rule) {
+            m_paths.removeOwner(quint32(i));
+            m_rows.erase(m_rows.begin() + qsizetype(i));
+        }
+    }
 }

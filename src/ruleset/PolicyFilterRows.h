@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QStringList>
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -14,8 +15,8 @@ class RuleSearch;
 // The policy rules in the views' group order, with every plain-ASCII path,
 // process name and tag lowered into byte blobs, so that a filter keystroke
 // searches contiguous bytes instead of every rule's fields and reads no rule
-// whose fields are plain ASCII. Valid while the groups' members and their
-// fields stay the same: the store drops it on every change.
+// whose fields are plain ASCII. One rule added or deleted is taken in; the
+// store drops it on every other change of the groups or the rules' fields.
 class PolicyFilterRows
 {
 public:
@@ -24,10 +25,16 @@ public:
     // The rules whose path, process or tag `search` finds, in group order.
     std::vector<const PolicyRulePtr *> matching(RuleSearch &search) const;
 
+    // The store gained `rule` as the last of its group; `listedBefore` tells
+    // the rules of the groups up to and including its own.
+    void insert(const PolicyRulePtr &rule, const std::function<bool(const PolicyRule &)> &listedBefore);
+    // The store lost every occurrence of `rule`.
+    void remove(const PolicyRule &rule);
+
 private:
     struct Row
     {
-        const PolicyRulePtr *rule;
+        PolicyRulePtr rule;
         bool pathFolded;
         quint32 process; // index into m_sharedTexts
         quint32 tag;     // index into m_sharedTexts
@@ -39,6 +46,7 @@ private:
     quint32 sharedTextIndex(const QString &text, SharedTextIndexes &indexes, LastSharedText &last);
 
     std::vector<Row> m_rows;
+    SharedTextIndexes m_sharedTextIndexes;
     FoldedAsciiTexts m_paths; // owned by rows
     // Process names and tags, shared by many rules, each tested once a keystroke.
     std::vector<QString> m_sharedTexts;

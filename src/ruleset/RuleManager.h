@@ -175,8 +175,8 @@ protected:
     mutable std::unique_ptr<RedundancyIndex> m_redundancyIndex;
     void invalidateRedundancyIndex() const;
 
-    // Built by the first filter after the groups' members change; dropped by
-    // every change of them.
+    // Built by the first filter after a load or a change of rules in place;
+    // single adds and deletes are taken in.
     std::unique_ptr<PolicyFilterRows> m_filterRows;
 
 private:
@@ -186,6 +186,10 @@ private:
     // rebuild would; they then change by that rule alone.
     void insertIntoViews(const PolicyRulePtr &rule, const QString &key);
     void removeFromViews(const PolicyRulePtr &rule);
+    void addSortedKey(const QString &key);
+    // One policy rule added to or deleted from the groups, taken into the filter rows.
+    void filterRowsGained(const PolicyRulePtr &rule, const QString &key);
+    void filterRowsLost(const PolicyRule &rule);
 
     // Whether the views are what rebuildRulesCache would make of the store.
     bool m_viewsMatchRebuild = false;

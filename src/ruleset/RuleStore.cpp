@@ -180,7 +180,7 @@ bool RuleManager::addPolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCach
         QMutexLocker groupLocker(&m_groupMapLock);
         m_policyRulesByApplication[key].append(rule);
     }
-    m_filterRows.reset();
+    filterRowsGained(rule, key);
     invalidateRedundancyIndex();
     if (!rebuildRulesCache)
         m_viewsMatchRebuild = false;
@@ -224,7 +224,7 @@ bool RuleManager::deletePolicyRule(const PolicyRulePtr &rule, bool rebuildRulesC
         if (group != m_policyRulesByApplication.end())
             group->removeAll(rule);
     }
-    m_filterRows.reset();
+    filterRowsLost(*rule);
     invalidateRedundancyIndex();
     if (!rebuildRulesCache)
         m_viewsMatchRebuild = false;

@@ -30,12 +30,34 @@ void RuleManager::ruleChangedInPlace()
     invalidateRedundancyIndex();
 }
 
-void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
+void RuleManager::addSortedKey(const QString &key)
 {
-    m_sortRanks.clear();
     const auto keyAt = std::lower_bound(m_sortedKeys.begin(), m_sortedKeys.end(), key, keyBefore);
     if (keyAt == m_sortedKeys.end() || *keyAt != key)
         m_sortedKeys.insert(keyAt, key);
+}
+
+void RuleManager::filterRowsGained(const PolicyRulePtr &rule, const QString &key)
+{
+    if (!m_filterRows)
+        return;
+    // While filter rows exist the keys are kept current, so filtering need not sort them again.
+    addSortedKey(key);
+    m_filterRows->insert(rule, [&key](const PolicyRule &row) {
+        return !keyBefore(key, applicationGroupIdentityForRule(row));
+    });
+}
+
+void RuleManager::filterRowsLost(const PolicyRule &rule)
+{
+    if (m_filterRows)
+        m_filterRows->remove(rule);
+}
+
+void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
+{
+    m_sortRanks.clear();
+    addSortedKey(key);
 
     if (!m_searchString.isNull()) {
         RuleSearch search(m_searchString);

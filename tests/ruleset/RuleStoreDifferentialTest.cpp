@@ -229,6 +229,7 @@ TEST(RuleStoreDifferential, SingleRuleChangesMatchFullRebuilds)
                     const PolicyRulePtr &rule = policies.at(random.bounded(int(policies.size())));
                     rule->tag = random.tag();
                     incremental.ruleChangedInPlace();
+                    rebuilt.ruleChangedInPlace();
                 }
                 break;
             case 3:
