@@ -173,6 +173,34 @@ void BM_AddOneRuleThenKeystroke(benchmark::State &state)
 }
 BENCHMARK(BM_AddOneRuleThenKeystroke)->Apply(sizes);
 
+// One rule added while the table is sorted, then a click on the column to
+// reverse it: the known ranks take the rule in instead of being worked out again.
+void BM_AddOneRuleThenSort(benchmark::State &state)
+{
+    const std::unique_ptr<RuleManager> manager = loadedManager(state.range(0), state.range(1));
+    using Comparison = RuleSortDescriptor::Comparison;
+    const QList<QList<RuleSortDescriptor>> orders{
+        {{QStringLiteral("path"), true, Comparison::CaseInsensitiveCompare}},
+        {{QStringLiteral("path"), false, Comparison::CaseInsensitiveCompare}}};
+    manager->sortIndexUsingDescriptors(orders.front());
+    qint64 next = 0;
+    for (auto _ : state) {
+        auto rule = std::make_shared<PolicyRule>();
+        rule->policyClass = PolicyClass::Allow;
+        rule->policyType = PolicyType::Prefix;
+        rule->path = QStringLiteral("/home/alice/Added/%1/").arg(next);
+        rule->processName = QStringLiteral("/usr/bin/added-editor");
+        rule->operations = Operation::Read;
+        manager->addPolicyRule(rule);
+        manager->sortIndexUsingDescriptors(orders[++next % orders.size()]);
+        state.PauseTiming();
+        manager->deletePolicyRule(rule);
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_AddOneRuleThenSort)->Apply(sizes);
+
 // Exposes the cover index reset so every run starts cold, as the first paint
 // of the table after a load does.
 class ColdRedundancyManager : public RuleManager

@@ -187,6 +187,10 @@ private:
     void insertIntoViews(const PolicyRulePtr &rule, const QString &key);
     void removeFromViews(const PolicyRulePtr &rule);
     void addSortedKey(const QString &key);
+    // A row entered the full view at `row`, in order; rows at `rows`
+    // (ascending, before removal) left it. The known sort ranks follow.
+    void sortRanksGainedRow(qsizetype row);
+    void sortRanksLostRows(const std::vector<qsizetype> &rows);
     // One policy rule added to or deleted from the groups, taken into the filter rows.
     void filterRowsGained(const PolicyRulePtr &rule, const QString &key);
     void filterRowsLost(const PolicyRule &rule);
@@ -194,9 +198,9 @@ private:
     // Whether the views are what rebuildRulesCache would make of the store.
     bool m_viewsMatchRebuild = false;
 
-    // Dense ranks of a text sort key, one per row of the full view in its
-    // order, so that sorting again compares numbers. Dropped whenever the
-    // view's rows or their fields change other than by sorting.
+    // Ranks of a text sort key, one per row of the full view in its order,
+    // so that sorting again compares numbers. They follow rows added or
+    // deleted one at a time and are dropped on every other change.
     struct SortRanks
     {
         QString key;

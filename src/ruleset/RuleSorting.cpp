@@ -166,6 +166,18 @@ private:
     std::vector<QCollatorSortKey> m_keys;
 };
 
+int compareTexts(const QString &a, const QString &b, RuleSortDescriptor::Comparison comparison)
+{
+    switch (comparison) {
+    case RuleSortDescriptor::Comparison::LocalizedStandardCompare:
+        return localizedCollator().sortKey(a).compare(localizedCollator().sortKey(b));
+    case RuleSortDescriptor::Comparison::CaseInsensitiveCompare:
+        return a.toCaseFolded().compare(b.toCaseFolded());
+    default:
+        return a.compare(b);
+    }
+}
+
 // Whether every tie under `now` was a tie under `before`: each earlier key
 // is still sorted by, compared the same way.
 bool refinesOrder(const QList<RuleSortDescriptor> &now, const QList<RuleSortDescriptor> &before)
@@ -192,18 +204,7 @@ int RuleManager::compareBySortOrder(const NVCRuleBase &a, const NVCRuleBase &b) 
         if (!isTextField(*field)) {
             result = compareNumbers(numberOf(a, *field), numberOf(b, *field));
         } else {
-            const QString textA = textOf(a, *field);
-            const QString textB = textOf(b, *field);
-            switch (descriptor.comparison) {
-            case RuleSortDescriptor::Comparison::LocalizedStandardCompare:
-                result = localizedCollator().sortKey(textA).compare(localizedCollator().sortKey(textB));
-                break;
-            case RuleSortDescriptor::Comparison::CaseInsensitiveCompare:
-                result = textA.toCaseFolded().compare(textB.toCaseFolded());
-                break;
-            default:
-                result = textA.compare(textB);
-            }
+            result = compareTexts(textOf(a, *field), textOf(b, *field), descriptor.comparison);
         }
         if (result)
             return descriptor.ascending ? result : -result;
@@ -301,4 +302,58 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
     }
     m_compositeIndex = std::move(sorted);
     m_compositeIndexUserOnly = std::move(sortedUserOnly);
+}
+
+void RuleManager::sortRanksGainedRow(qsizetype row)
+{
+    // Only the first sort key's ranks can follow: the view is in its order, so
+    // the new row's neighbours place it.
+    const RuleSortDescriptor *first = nullptr;
+    if (m_sortDescriptors) {
+        for (const RuleSortDescriptor &descriptor : *m_sortDescriptors) {
+            if (fieldForKey(descriptor.key)) {
+                first = &descriptor;
+                break;
+            }
+        }
+    }
+    std::vector<SortRanks> kept;
+    for (SortRanks &known : m_sortRanks) {
+        if (!first || known.key != first->key || known.comparison != first->comparison)
+            continue;
+        const Field field = *fieldForKey(known.key);
+        const QString text = textOf(*m_compositeIndex.at(row), field);
+        std::vector<qint64> &ranks = known.ranks; // still without the new row
+        const auto sameAs = [&](qsizetype at) {
+            return compareTexts(textOf(*m_compositeIndex.at(at), field), text, known.comparison) == 0;
+        };
+        const bool hasBefore = row > 0;
+        const bool hasAfter = std::size_t(row) < ranks.size();
+        qint64 rank;
+        if (hasBefore && sameAs(row - 1)) {
+            rank = ranks[std::size_t(row - 1)];
+        } else if (hasAfter && sameAs(row + 1)) {
+            rank = ranks[std::size_t(row)];
+        } else {
+            // A text of its own: ranks from its place up make room for it.
+            const bool hasLower = first->ascending ? hasBefore : hasAfter;
+            rank = hasLower ? ranks[std::size_t(first->ascending ? row - 1 : row)] + 1 : 0;
+            for (qint64 &value : ranks) {
+                if (value >= rank)
+                    ++value;
+            }
+        }
+        ranks.insert(ranks.begin() + row, rank);
+        kept.push_back(std::move(known));
+    }
+    m_sortRanks = std::move(kept);
+}
+
+void RuleManager::sortRanksLostRows(const std::vector<qsizetype> &rows)
+{
+    // Ranks with a gap still order the rest.
+    for (SortRanks &known : m_sortRanks) {
+        for (auto row = rows.crbegin(); row != rows.crend(); ++row)
+            known.ranks.erase(known.ranks.begin() + *row);
+    }
 }

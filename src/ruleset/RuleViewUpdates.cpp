@@ -56,7 +56,6 @@ void RuleManager::filterRowsLost(const PolicyRule &rule)
 
 void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
 {
-    m_sortRanks.clear();
     addSortedKey(key);
 
     if (!m_searchString.isNull()) {
@@ -89,7 +88,9 @@ void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
     if (shared && !rule->system)
         m_compositeIndexUserOnly = {};
     const auto at = std::partition_point(m_compositeIndex.cbegin(), m_compositeIndex.cend(), shownBefore);
-    m_compositeIndex.insert(at - m_compositeIndex.cbegin(), rule);
+    const qsizetype row = at - m_compositeIndex.cbegin();
+    m_compositeIndex.insert(row, rule);
+    sortRanksGainedRow(row);
     if (shared && !rule->system) {
         m_compositeIndexUserOnly = m_compositeIndex;
     } else if (!rule->system) {
@@ -102,7 +103,12 @@ void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
 
 void RuleManager::removeFromViews(const PolicyRulePtr &rule)
 {
-    m_sortRanks.clear();
+    std::vector<qsizetype> rows;
+    for (qsizetype row = 0; row < m_compositeIndex.size(); ++row) {
+        if (m_compositeIndex.at(row) == rule)
+            rows.push_back(row);
+    }
+    sortRanksLostRows(rows);
     const bool shared = m_compositeIndexUserOnly.isSharedWith(m_compositeIndex);
     if (shared)
         m_compositeIndexUserOnly = {};
