@@ -191,45 +191,6 @@ TEST_F(RuleFileWriterTest, CurrentUserConfigurationIsPrivateToTheGroup)
     EXPECT_EQ(contents(written).count('\n'), 1);
 }
 
-TEST_F(RuleFileWriterTest, WrittenRulesReadBackInTheSameOrder)
-{
-    QRandomGenerator random(7);
-    const QStringList processes{u"/bin/a"_s, u"/Applications/B b.app/Contents/MacOS/B"_s, u"any"_s,
-                                u"/bin/c via /sbin/init"_s};
-    for (int i = 0; i < 300; ++i) {
-        auto rule = policyRule(quint32(random.bounded(2)), quint32(random.bounded(3)),
-                               u"/data/%1 dir/file%2"_s.arg(random.bounded(10)).arg(i),
-                               processes[random.bounded(processes.size())], quint32(random.bounded(1, 32)),
-                               random.bounded(2) ? u""_s : u"TEAM123456"_s);
-        rule->tag = random.bounded(2) ? u"tag \"%1\""_s.arg(i) : u""_s;
-        rule->created = random.bounded(2000000000);
-        manager.addPolicyRule(rule, false);
-        if (i % 10 == 0)
-            manager.addWatchRule(
-                watchRule(u"/watch/%1"_s.arg(i), processes[random.bounded(processes.size())]), false);
-    }
-    manager.rebuildRulesCache();
-    ASSERT_TRUE(manager.writeToFile(path()));
-
-    const auto reread = RuleManager::withContentsOfFile(path(), false);
-    ASSERT_TRUE(reread->lastErrorMessage().isNull()) << qPrintable(reread->lastErrorMessage());
-    ASSERT_EQ(reread->policyRulesByApplication().keys().size(), manager.policyRulesByApplication().size());
-    for (auto group = manager.policyRulesByApplication().cbegin();
-         group != manager.policyRulesByApplication().cend(); ++group) {
-        const QList<PolicyRulePtr> readGroup = reread->policyRulesByApplication().value(group.key());
-        ASSERT_EQ(readGroup.size(), group->size()) << qPrintable(group.key());
-        for (qsizetype i = 0; i < readGroup.size(); ++i) {
-            QString tag = group->at(i)->tag;
-            EXPECT_TRUE(readGroup[i]->isEqualTo(*group->at(i))) << qPrintable(readGroup[i]->description());
-            EXPECT_EQ(readGroup[i]->tag, tag.remove(u'"'));
-            EXPECT_EQ(readGroup[i]->created, group->at(i)->created);
-        }
-    }
-    ASSERT_EQ(reread->watchRules().size(), manager.watchRules().size());
-    for (qsizetype i = 0; i < reread->watchRules().size(); ++i)
-        EXPECT_TRUE(reread->watchRules()[i]->isEqualTo(*manager.watchRules()[i]));
-}
-
 TEST(ManicurePathTest, ExpandsHomeAndPrefersSystemApplications)
 {
     const auto exists = [](const QString &path) { return path == u"/System/Applications/Mail.app"_s; };

@@ -84,21 +84,6 @@ TEST(RuleRedundancyTest, CoverRequiresSameGroupClassConstraintAndOperations)
     EXPECT_TRUE(manager.isRedundant(file));
 }
 
-TEST(RuleRedundancyTest, IdentityAndAbsentConstraints)
-{
-    RuleManager manager;
-    auto rule = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/d/"_s, app, R);
-    manager.addPolicyRule(rule);
-    manager.addPolicyRule(rule); // the same object twice covers nothing
-    EXPECT_FALSE(manager.isRedundant(rule));
-    // An equal but distinct record is covered by the stored one.
-    EXPECT_TRUE(manager.isRedundant(std::make_shared<PolicyRule>(*rule)));
-
-    auto absent = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/n/"_s, app, R, QString());
-    manager.addPolicyRule(absent);
-    EXPECT_FALSE(manager.isRedundant(std::make_shared<PolicyRule>(*absent)));
-}
-
 // Random rulesets whose fields collide often: shared path prefixes, whole-scope
 // paths, absent texts, groups mixing constraints ("any via" processes).
 class RandomRules
