@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
+#include <QStyle>
 
 namespace {
 
@@ -38,7 +39,9 @@ void RulesEditorTableController::setupAccessTest()
 
     m_accessFilterBar = new QWidget(ui->contentView);
     auto *layout = new QHBoxLayout(m_accessFilterBar);
-    layout->setContentsMargins(0, 0, 0, 0);
+    // The text keeps the window's own margin instead of touching its edge.
+    const int margin = m_accessFilterBar->style()->pixelMetric(QStyle::PM_LayoutLeftMargin);
+    layout->setContentsMargins(margin, margin / 2, margin / 2, margin / 2);
     m_accessFilterLabel = new QLabel(m_accessFilterBar);
     m_accessFilterLabel->setWordWrap(true);
     auto *showAll = new QPushButton(tr("Show All Rules"), m_accessFilterBar);
