@@ -122,6 +122,18 @@ void BM_Sort(benchmark::State &state)
 }
 BENCHMARK(BM_Sort)->Apply(sizes);
 
+// The rule the table adds in the one-rule benchmarks.
+PolicyRulePtr addedRule(qint64 number)
+{
+    auto rule = std::make_shared<PolicyRule>();
+    rule->policyClass = PolicyClass::Allow;
+    rule->policyType = PolicyType::Prefix;
+    rule->path = QStringLiteral("/home/alice/Added/%1/").arg(number);
+    rule->processName = QStringLiteral("/usr/bin/added-editor");
+    rule->operations = Operation::Read;
+    return rule;
+}
+
 // One rule added through the table while a sort order is set, until the
 // views show it; each run's rule is taken out again untimed.
 void BM_AddOneRule(benchmark::State &state)
@@ -131,12 +143,7 @@ void BM_AddOneRule(benchmark::State &state)
         {{QStringLiteral("path"), true, RuleSortDescriptor::Comparison::CaseInsensitiveCompare}});
     qint64 next = 0;
     for (auto _ : state) {
-        auto rule = std::make_shared<PolicyRule>();
-        rule->policyClass = PolicyClass::Allow;
-        rule->policyType = PolicyType::Prefix;
-        rule->path = QStringLiteral("/home/alice/Added/%1/").arg(next++);
-        rule->processName = QStringLiteral("/usr/bin/added-editor");
-        rule->operations = Operation::Read;
+        const PolicyRulePtr rule = addedRule(next++);
         manager->addPolicyRule(rule);
         benchmark::DoNotOptimize(manager->compositeIndex().size());
         state.PauseTiming();
@@ -156,12 +163,7 @@ void BM_AddOneRuleThenKeystroke(benchmark::State &state)
     manager->applyFilterWithString(QStringLiteral("bin"));
     qint64 next = 0;
     for (auto _ : state) {
-        auto rule = std::make_shared<PolicyRule>();
-        rule->policyClass = PolicyClass::Allow;
-        rule->policyType = PolicyType::Prefix;
-        rule->path = QStringLiteral("/home/alice/Added/%1/").arg(next);
-        rule->processName = QStringLiteral("/usr/bin/added-editor");
-        rule->operations = Operation::Read;
+        const PolicyRulePtr rule = addedRule(next);
         manager->addPolicyRule(rule);
         manager->applyFilterWithString(texts[next++ % texts.size()]);
         benchmark::DoNotOptimize(manager->compositeIndex().size());
@@ -185,12 +187,7 @@ void BM_AddOneRuleThenSort(benchmark::State &state)
     manager->sortIndexUsingDescriptors(orders.front());
     qint64 next = 0;
     for (auto _ : state) {
-        auto rule = std::make_shared<PolicyRule>();
-        rule->policyClass = PolicyClass::Allow;
-        rule->policyType = PolicyType::Prefix;
-        rule->path = QStringLiteral("/home/alice/Added/%1/").arg(next);
-        rule->processName = QStringLiteral("/usr/bin/added-editor");
-        rule->operations = Operation::Read;
+        const PolicyRulePtr rule = addedRule(next);
         manager->addPolicyRule(rule);
         manager->sortIndexUsingDescriptors(orders[++next % orders.size()]);
         state.PauseTiming();
