@@ -78,7 +78,7 @@ TEST_F(PreferencesWindow, WithoutAPropertyListTheDefaultsShowReadOnlyForOtherUse
     EXPECT_FALSE(QFile::exists(ProductFolders::preferencesFile()));
 }
 
-TEST_F(PreferencesWindow, AnAdministratorSavesTwoForOffAndKeepsUnknownKeys)
+TEST_F(PreferencesWindow, AnAdministratorSavesTwoForOffKeepsUnknownKeysAndAsksForTheFolderMode)
 {
     ASSERT_TRUE(writePreferencesPropertyList(ProductFolders::preferencesFile(),
                                              {{QStringLiteral("policy.global.webcam"), 1},
@@ -92,27 +92,6 @@ TEST_F(PreferencesWindow, AnAdministratorSavesTwoForOffAndKeepsUnknownKeys)
     form->monitorWebcamCheckbox->click();
     form->useTVAL->setChecked(false);
     form->requireAuthenticationCheckBox->click();
-
-    preferences->clickedOK();
-    const QVariantMap saved = savedPreferences();
-    EXPECT_EQ(saved.value(QStringLiteral("policy.global.webcam")).toInt(), 2);
-    EXPECT_EQ(saved.value(QStringLiteral("policy.global.user")).toInt(), 1);
-    EXPECT_EQ(saved.value(QStringLiteral("ui.prompts.authenticate")).toInt(), 1);
-    EXPECT_EQ(saved.value(QStringLiteral("ui.prompts.oob")).toInt(), 2);
-    EXPECT_EQ(saved.value(QStringLiteral("policy.use-tval"), -1).toInt(), 0);
-    EXPECT_EQ(saved.value(QStringLiteral("filter.custom")).toString(), QStringLiteral("kept"));
-    EXPECT_EQ(QFileInfo(ProductFolders::preferencesFile()).permissions(),
-              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadUser | QFile::WriteUser |
-                  QFile::ExeUser | QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
-                  QFile::ExeOther);
-    EXPECT_TRUE(RulesDirtyFlag::isSet());
-    EXPECT_FALSE(QFile::exists(ranFile())) << "the folder box did not change";
-}
-
-TEST_F(PreferencesWindow, ChangingWhoMayCreateRulesAsksForTheFolderMode)
-{
-    std::unique_ptr<DGPreferencesWindow> preferences = openAsAdministrator();
-    Ui::DGPreferencesWindow *form = preferences->form();
     const bool wasWritable = form->createRulesCheckBox->isChecked();
     form->createRulesCheckBox->click();
     EXPECT_EQ(form->restrictRulesCheckBox->isEnabled(), !wasWritable);
@@ -126,7 +105,19 @@ TEST_F(PreferencesWindow, ChangingWhoMayCreateRulesAsksForTheFolderMode)
                   .arg(wasWritable ? QStringLiteral("775") : QStringLiteral("777"),
                        ProductFolders::sharedDirectory())
                   .toUtf8());
-    EXPECT_EQ(savedPreferences().value(QStringLiteral("access.user.create")).toBool(), !wasWritable);
+    const QVariantMap saved = savedPreferences();
+    EXPECT_EQ(saved.value(QStringLiteral("policy.global.webcam")).toInt(), 2);
+    EXPECT_EQ(saved.value(QStringLiteral("policy.global.user")).toInt(), 1);
+    EXPECT_EQ(saved.value(QStringLiteral("ui.prompts.authenticate")).toInt(), 1);
+    EXPECT_EQ(saved.value(QStringLiteral("ui.prompts.oob")).toInt(), 2);
+    EXPECT_EQ(saved.value(QStringLiteral("policy.use-tval"), -1).toInt(), 0);
+    EXPECT_EQ(saved.value(QStringLiteral("filter.custom")).toString(), QStringLiteral("kept"));
+    EXPECT_EQ(QFileInfo(ProductFolders::preferencesFile()).permissions(),
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadUser | QFile::WriteUser |
+                  QFile::ExeUser | QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                  QFile::ExeOther);
+    EXPECT_EQ(saved.value(QStringLiteral("access.user.create")).toBool(), !wasWritable);
+    EXPECT_TRUE(RulesDirtyFlag::isSet());
 }
 
 TEST_F(PreferencesWindow, StartedForThePreferencesOnlyTheyShowAndClosingThemQuits)

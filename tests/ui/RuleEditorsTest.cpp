@@ -138,29 +138,6 @@ TEST_F(RuleEditors, TypingChoosesTheTypeAndInvalidInputIsSavedOnlyWhenTheUserPro
     EXPECT_TRUE(waitUntil([&] { return !open; }));
 }
 
-TEST_F(RuleEditors, ASystemRuleOpensReadOnlyAndIsNeverSaved)
-{
-    ASSERT_TRUE(unlock());
-    const int row = rowWhere(*model, [](const NVCRuleBase &rule) {
-        return rule.system && dynamic_cast<const PolicyRule *>(&rule);
-    });
-    ASSERT_GE(row, 0);
-    const RuleBasePtr rule = model->ruleAtRow(row);
-    const QString path = rule->path;
-    window->rulesEditorTableView()->selectRow(row);
-    window->doubleClickAction();
-    EditPolicyWindowController *editor = window->editPolicyWindowController();
-    ASSERT_TRUE(editor);
-    EXPECT_TRUE(editor->form()->saveButton->isHidden());
-    EXPECT_TRUE(editor->form()->pathTextField->isReadOnly());
-    QPointer<EditPolicyWindowController> open(editor);
-    editor->form()->pathTextField->setText(QStringLiteral("/changed/"));
-    editor->saveClicked();
-    EXPECT_TRUE(waitUntil([&] { return !open; }));
-    EXPECT_EQ(rule->path, path);
-    EXPECT_FALSE(RulesDirtyFlag::isSet());
-}
-
 TEST_F(RuleEditors, WatchRulesKeepTheirWholeProcessTextAndAcceptAny)
 {
     ASSERT_TRUE(unlock());
@@ -187,7 +164,7 @@ TEST_F(RuleEditors, WatchRulesKeepTheirWholeProcessTextAndAcceptAny)
     })) << daemons->userFile().toStdString();
 }
 
-TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKind)
+TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKindAndSystemRulesReadOnly)
 {
     window->newPolicyRule();
     EditPolicyWindowController *editor = window->editPolicyWindowController();
@@ -203,6 +180,23 @@ TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKind)
     ASSERT_TRUE(window->editWatchWindowController());
     editor->cancelClicked();
     ASSERT_TRUE(waitUntil([&] { return !window->editPolicyWindowController(); }));
+
+    const int systemRow = rowWhere(*model, [](const NVCRuleBase &rule) {
+        return rule.system && dynamic_cast<const PolicyRule *>(&rule);
+    });
+    const RuleBasePtr systemRule = model->ruleAtRow(systemRow);
+    const QString systemPath = systemRule->path;
+    window->rulesEditorTableView()->selectRow(systemRow);
+    window->doubleClickAction();
+    QPointer<EditPolicyWindowController> readOnly(window->editPolicyWindowController());
+    ASSERT_TRUE(readOnly);
+    EXPECT_TRUE(readOnly->form()->saveButton->isHidden()) << "system rules are never saved";
+    EXPECT_TRUE(readOnly->form()->pathTextField->isReadOnly());
+    readOnly->form()->pathTextField->setText(QStringLiteral("/changed/"));
+    readOnly->saveClicked();
+    ASSERT_TRUE(waitUntil([&] { return !readOnly; }));
+    EXPECT_EQ(systemRule->path, systemPath);
+    EXPECT_FALSE(RulesDirtyFlag::isSet());
 
     const int policyRow = rowWhere(*model, [](const NVCRuleBase &rule) {
         return !rule.system && rule.processName == QLatin1String("/usr/bin/git via /usr/share/code/code");
@@ -225,7 +219,7 @@ protected:
     LockedRuleEditors() { answer = QStringLiteral("deny"); }
 };
 
-TEST_F(LockedRuleEditors, ASaveTheAuthorityRefusesChangesNothing)
+TEST_F(LockedRuleEditors, SavesAndTagEditsTheAuthorityRefusesChangeNothing)
 {
     const QByteArray before = daemons->userFile();
     EditPolicyWindowController *editor = newPolicyEditor(QStringLiteral("/usr/bin/cp"));
@@ -235,6 +229,16 @@ TEST_F(LockedRuleEditors, ASaveTheAuthorityRefusesChangesNothing)
     ASSERT_TRUE(saved.wait(10000));
     EXPECT_FALSE(saved.first().first().toBool());
     EXPECT_TRUE(editor->isVisible());
+
+    const int row =
+        rowWhere(*model, [](const NVCRuleBase &rule) { return rule.path == QLatin1String("~/Music/"); });
+    ASSERT_GE(row, 0);
+    const RuleBasePtr rule = model->ruleAtRow(row);
+    QSignalSpy resets(model, &QAbstractItemModel::modelReset);
+    EXPECT_TRUE(
+        model->setData(model->index(row, RulesTableModel::TagColumn), QStringLiteral("typed"), Qt::EditRole));
+    ASSERT_TRUE(resets.wait()) << "the table drops the typed text";
+    EXPECT_TRUE(rule->tag.isEmpty());
     EXPECT_EQ(daemons->userFile(), before);
     EXPECT_FALSE(RulesDirtyFlag::isSet());
 }
@@ -249,10 +253,9 @@ TEST_F(RuleEditors, EveryControlHasANameAndTheKeyboardReachesIt)
     window->handleFileImport(daemons->sharedFolder() + QStringLiteral("suggested.quiven"));
     delegate->showPreferences();
 
-    QList<QWidget *> windows;
-    windows << window->editPolicyWindowController() << window->editWatchWindowController()
-            << window->importWindowController() << delegate->preferencesWindow();
-    for (QWidget *shown : windows) {
+    for (QWidget *shown : std::initializer_list<QWidget *>{
+             window->editPolicyWindowController(), window->editWatchWindowController(),
+             window->importWindowController(), delegate->preferencesWindow()}) {
         ASSERT_TRUE(shown);
         for (QWidget *control : shown->findChildren<QWidget *>()) {
             if (!qobject_cast<QAbstractButton *>(control) && !qobject_cast<QComboBox *>(control) &&

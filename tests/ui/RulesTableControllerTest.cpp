@@ -23,7 +23,7 @@ class RulesTableController : public ApplicationFixture
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(startDaemons(answer)) << daemons->failureText().toStdString();
+        ASSERT_TRUE(startDaemons()) << daemons->failureText().toStdString();
         ASSERT_TRUE(launch());
         model = window->model();
     }
@@ -36,7 +36,6 @@ protected:
             selection->select(model->index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     }
 
-    QString answer = QStringLiteral("grant");
     RulesTableModel *model = nullptr;
 };
 
@@ -92,25 +91,4 @@ TEST_F(RulesTableController, ToolbarFollowsTheLockAndTheSelectionAndDeletesOnlyU
               0);
     window->deleteRow(systemRow());
     EXPECT_TRUE(alert(QStringLiteral("Cannot Delete System Rule")));
-}
-
-class LockedRulesTable : public RulesTableController
-{
-protected:
-    LockedRulesTable() { answer = QStringLiteral("deny"); }
-};
-
-TEST_F(LockedRulesTable, ARefusedTagEditChangesNothing)
-{
-    const QByteArray before = daemons->userFile();
-    const int row = rowWithPath(*model, QStringLiteral("~/Music/"));
-    ASSERT_GE(row, 0);
-    const RuleBasePtr rule = model->ruleAtRow(row);
-    QSignalSpy resets(model, &QAbstractItemModel::modelReset);
-    EXPECT_TRUE(
-        model->setData(model->index(row, RulesTableModel::TagColumn), QStringLiteral("typed"), Qt::EditRole));
-    ASSERT_TRUE(resets.wait()) << "the table drops the typed text";
-    EXPECT_TRUE(rule->tag.isEmpty());
-    EXPECT_FALSE(RulesDirtyFlag::isSet());
-    EXPECT_EQ(daemons->userFile(), before);
 }
