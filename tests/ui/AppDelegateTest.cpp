@@ -32,18 +32,31 @@ TEST_F(ApplicationFixture, AFailedSettingsFetchEndsInAnAlertAndLeavesTheWindowUs
     EXPECT_FALSE(delegate->waitViewVisible());
 }
 
-TEST_F(ApplicationFixture, QuitsAtOnceWhenCleanAndOnlyAfterASuccessfulReloadWhenDirty)
+TEST_F(ApplicationFixture, LockingAgainAndQuittingDirtyApplyTheRulesFirst)
 {
     ASSERT_TRUE(startDaemons());
     ASSERT_TRUE(launch());
     QSignalSpy terminations(delegate.get(), &AppDelegate::terminate);
     delegate->requestTermination();
-    EXPECT_EQ(terminations.size(), 1);
+    EXPECT_EQ(terminations.size(), 1) << "a clean application quits at once";
+
+    QPushButton *lock = window->authorizationButton();
+    QSignalSpy changes(delegate.get(), &NVCAuthorizationDelegate::isAuthorizedChanged);
+    lock->click();
+    ASSERT_TRUE(waitUntil([&] { return changes.size() >= 2; })) << "the authority answered";
+    EXPECT_TRUE(delegate->isAuthorized());
+    EXPECT_TRUE(delegate->externalAuthForm().has_value());
+    lock->click();
+    EXPECT_FALSE(delegate->isAuthorized());
+    EXPECT_TRUE(delegate->waitViewVisible()) << "locking reloads the rules";
+    QMessageBox *reloaded = alert(QStringLiteral("Rules reloaded"));
+    ASSERT_TRUE(reloaded);
+    reloaded->accept();
 
     RulesDirtyFlag::set(true);
     delegate->requestTermination();
     EXPECT_TRUE(delegate->waitViewVisible()) << "the rules are applied first";
-    QMessageBox *reloaded = alert(QStringLiteral("Rules reloaded"));
+    reloaded = alert(QStringLiteral("Rules reloaded"));
     ASSERT_TRUE(reloaded);
     EXPECT_FALSE(RulesDirtyFlag::isSet());
     EXPECT_EQ(terminations.size(), 1) << "not before the alert is dismissed";
@@ -59,20 +72,4 @@ TEST_F(ApplicationFixture, QuitsAtOnceWhenCleanAndOnlyAfterASuccessfulReloadWhen
     failed->accept();
     EXPECT_TRUE(RulesDirtyFlag::isSet());
     EXPECT_EQ(terminations.size(), 2) << "a failed reload keeps the application running";
-}
-
-TEST_F(ApplicationFixture, UnlockingAsksTheAuthorityAndLockingAgainAppliesTheRules)
-{
-    ASSERT_TRUE(startDaemons());
-    ASSERT_TRUE(launch());
-    QPushButton *lock = window->authorizationButton();
-    QSignalSpy changes(delegate.get(), &NVCAuthorizationDelegate::isAuthorizedChanged);
-    lock->click();
-    ASSERT_TRUE(waitUntil([&] { return changes.size() >= 2; })) << "the authority answered";
-    EXPECT_TRUE(delegate->isAuthorized());
-    EXPECT_TRUE(delegate->externalAuthForm().has_value());
-    lock->click();
-    EXPECT_FALSE(delegate->isAuthorized());
-    EXPECT_TRUE(delegate->waitViewVisible()) << "locking reloads the rules";
-    EXPECT_TRUE(alert(QStringLiteral("Rules reloaded")));
 }

@@ -84,6 +84,13 @@ TEST_F(RulesTableModelTest, CellsShowTheRuleAsTheTableDrawsIt)
     EXPECT_EQ(colour(redundant), NVCEditPolicyUI::systemOrange());
     EXPECT_FALSE(colour(groupHead).isValid()) << "an existing folder keeps the label colour";
     EXPECT_FALSE(colour(system).isValid()) << "system rules keep the label colour";
+
+    ASSERT_TRUE(installUiTranslations(QLocale(QLocale::German))) << "the German catalog is embedded";
+    EXPECT_EQ(
+        model.headerData(RulesTableModel::ApplicationColumn, Qt::Horizontal, Qt::DisplayRole).toString(),
+        QStringLiteral("Programm"));
+    for (QTranslator *translator : QCoreApplication::instance()->findChildren<QTranslator *>())
+        QCoreApplication::removeTranslator(translator);
 }
 
 TEST(TableCellChecks, PathColoursAndApplicationValidity)
@@ -112,16 +119,4 @@ TEST(TableCellChecks, PathColoursAndApplicationValidity)
     EXPECT_FALSE(valid(QStringLiteral("/no/such/program"), QString()));
     EXPECT_TRUE(valid(QStringLiteral("any"), QString()));
     EXPECT_FALSE(valid(path + QStringLiteral(" via /no/such/parent"), QString()));
-}
-
-TEST(UiTranslations, TheGermanCatalogIsEmbedded)
-{
-    ASSERT_TRUE(installUiTranslations(QLocale(QLocale::German)));
-    RuleManager manager;
-    RulesTableModel model(&manager);
-    EXPECT_EQ(
-        model.headerData(RulesTableModel::ApplicationColumn, Qt::Horizontal, Qt::DisplayRole).toString(),
-        QStringLiteral("Programm"));
-    for (QTranslator *translator : QCoreApplication::instance()->findChildren<QTranslator *>())
-        QCoreApplication::removeTranslator(translator);
 }

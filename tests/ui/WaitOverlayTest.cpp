@@ -35,7 +35,7 @@ qreal opacityOf(const NVCWaitViewController &controller)
 
 } // namespace
 
-TEST(WaitOverlay, FirstShowingIsImmediateSwallowsInputAndLaterOnesFadeIn)
+TEST(WaitOverlay, FirstShowingIsImmediateSwallowsInputHidesFromAnyThreadAndLaterOnesFadeIn)
 {
     Window window;
     int clicks = 0;
@@ -54,26 +54,7 @@ TEST(WaitOverlay, FirstShowingIsImmediateSwallowsInputAndLaterOnesFadeIn)
     EXPECT_EQ(clicks, 0);
     EXPECT_TRUE(window.field->text().isEmpty());
 
-    bool hidden = false;
-    controller.hideWithCallback([&] { hidden = true; });
-    ASSERT_TRUE(waitUntil([&] { return hidden; }));
-    EXPECT_FALSE(window.button->graphicsEffect()) << "the content is sharp again";
-
-    controller.configureViewForLocalizedMessage(QStringLiteral("applying"));
-    controller.view()->cover(&window.root);
-    EXPECT_LT(opacityOf(controller), 1.0);
-    EXPECT_TRUE(waitUntil([&] { return opacityOf(controller) == 1.0; }));
-}
-
-TEST(WaitOverlay, HideFromAnotherThreadCallsBackOnceAfterTheFade)
-{
-    Window window;
-    NVCWaitViewController controller;
-    controller.setAnimationDurations(0, 100);
-    controller.configureViewForLocalizedMessage(QStringLiteral("loading"));
-    controller.view()->cover(&window.root);
     QPointer<NVCWaitView> panel = controller.view();
-
     int calls = 0;
     Qt::HANDLE callingThread = nullptr;
     std::thread([&] {
@@ -82,7 +63,13 @@ TEST(WaitOverlay, HideFromAnotherThreadCallsBackOnceAfterTheFade)
             callingThread = QThread::currentThreadId();
         });
     }).join();
-    ASSERT_TRUE(waitUntil([&] { return calls == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return calls == 1; })) << "hidden from another thread, called back once";
     EXPECT_EQ(callingThread, QThread::currentThreadId());
     EXPECT_TRUE(panel.isNull()) << "the panel is gone once the callback runs";
+    EXPECT_FALSE(window.button->graphicsEffect()) << "the content is sharp again";
+
+    controller.configureViewForLocalizedMessage(QStringLiteral("applying"));
+    controller.view()->cover(&window.root);
+    EXPECT_LT(opacityOf(controller), 1.0);
+    EXPECT_TRUE(waitUntil([&] { return opacityOf(controller) == 1.0; }));
 }
