@@ -66,7 +66,7 @@ protected:
     RulesTableModel *model = nullptr;
 };
 
-TEST_F(RuleEditors, ComposesTheProcessNameFromProgramAndParent)
+TEST_F(RuleEditors, PolicyEditorsComposeTheProcessNameWatchEditorsKeepItWhole)
 {
     ASSERT_TRUE(unlock());
     struct Case
@@ -91,6 +91,28 @@ TEST_F(RuleEditors, ComposesTheProcessNameFromProgramAndParent)
         EXPECT_TRUE(saveAndFind(editor, c.written)) << daemons->userFile().toStdString();
     }
     EXPECT_TRUE(RulesDirtyFlag::isSet());
+
+    window->newWatchRule();
+    EditWatchWindowController *editor = window->editWatchWindowController();
+    ASSERT_TRUE(editor);
+    editor->form()->anyApplicationCheckbox->click();
+    editor->form()->anyPathCheckbox->click();
+    EXPECT_TRUE(saveAndFind(editor, R"(watch prefix "any" "any" rwc)")) << daemons->userFile().toStdString();
+
+    auto watch = std::make_shared<WatchRule>();
+    watch->path = QStringLiteral("/tmp/");
+    watch->processName = QStringLiteral("/usr/bin/cp via /usr/bin/env");
+    watch->operations = 1;
+    window->editWatch(watch);
+    editor = window->editWatchWindowController();
+    editor->saveClicked();
+    // No file has that name, so the editor asks first.
+    QMessageBox *warning = invalidInputWarning(editor);
+    ASSERT_TRUE(warning);
+    clickButton(warning, QStringLiteral("Proceed anyway"));
+    EXPECT_TRUE(waitUntil([&] {
+        return daemons->userFile().contains(R"(watch prefix "/tmp/" "/usr/bin/cp via /usr/bin/env" r)");
+    })) << daemons->userFile().toStdString();
 }
 
 TEST_F(RuleEditors, TypingChoosesTheTypeAndInvalidInputIsSavedOnlyWhenTheUserProceeds)
@@ -136,32 +158,6 @@ TEST_F(RuleEditors, TypingChoosesTheTypeAndInvalidInputIsSavedOnlyWhenTheUserPro
         return daemons->userFile().contains(R"("/no/such/folder/" "/usr/bin/cp")");
     })) << daemons->userFile().toStdString();
     EXPECT_TRUE(waitUntil([&] { return !open; }));
-}
-
-TEST_F(RuleEditors, WatchRulesKeepTheirWholeProcessTextAndAcceptAny)
-{
-    ASSERT_TRUE(unlock());
-    window->newWatchRule();
-    EditWatchWindowController *editor = window->editWatchWindowController();
-    ASSERT_TRUE(editor);
-    editor->form()->anyApplicationCheckbox->click();
-    editor->form()->anyPathCheckbox->click();
-    EXPECT_TRUE(saveAndFind(editor, R"(watch prefix "any" "any" rwc)")) << daemons->userFile().toStdString();
-
-    auto watch = std::make_shared<WatchRule>();
-    watch->path = QStringLiteral("/tmp/");
-    watch->processName = QStringLiteral("/usr/bin/cp via /usr/bin/env");
-    watch->operations = 1;
-    window->editWatch(watch);
-    editor = window->editWatchWindowController();
-    editor->saveClicked();
-    // No file has that name, so the editor asks first.
-    QMessageBox *warning = invalidInputWarning(editor);
-    ASSERT_TRUE(warning);
-    clickButton(warning, QStringLiteral("Proceed anyway"));
-    EXPECT_TRUE(waitUntil([&] {
-        return daemons->userFile().contains(R"(watch prefix "/tmp/" "/usr/bin/cp via /usr/bin/env" r)");
-    })) << daemons->userFile().toStdString();
 }
 
 TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKindAndSystemRulesReadOnly)
