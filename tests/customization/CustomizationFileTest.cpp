@@ -1,5 +1,4 @@
 #include "NVCCustomization.h"
-#include "NVCCustomizedStrings.h"
 #include "TestFiles.h"
 
 #include <QTemporaryDir>
@@ -32,14 +31,4 @@ TEST(CustomizationFile, ReadsSwitchesAndFallsBackToDefaults)
         EXPECT_EQ(customization.quivenSystemRulesAvailable(), c.available);
         EXPECT_EQ(customization.applicationName(), c.applicationName);
     }
-}
-
-TEST(CustomizationFile, ApplicationNameFeedsTheAuthorizationMessage)
-{
-    QTemporaryDir folder;
-    ASSERT_TRUE(writeFile(folder.filePath(NVCCustomization::customizationFileName()),
-                          R"({"applicationName": "Acme %%QUIVEN_NAME%%"})"));
-    const NVCCustomizedStrings strings(std::make_shared<NVCCustomization>(folder.path()));
-    EXPECT_EQ(strings.customizedAuthorizationMessage(),
-              QStringLiteral("Acme %%QUIVEN_NAME%% wants to make changes."));
 }

@@ -1,17 +1,21 @@
 #include "CustomizedTranslations.h"
 #include "NVCCustomizedStrings.h"
+#include "TestFiles.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <QTranslator>
 #include <gtest/gtest.h>
 
-TEST(CustomizedStrings, EnglishKeysWithoutCatalogAndTheGermanCatalogFromResources)
+TEST(CustomizedStrings, CustomizedNameInEnglishKeysAndTheGermanCatalogFromResources)
 {
-    QTemporaryDir emptyFolder;
-    const NVCCustomizedStrings strings(std::make_shared<NVCCustomization>(emptyFolder.path()));
+    QTemporaryDir folder;
+    ASSERT_TRUE(writeFile(folder.filePath(NVCCustomization::customizationFileName()),
+                          R"({"applicationName": "Acme %%QUIVEN_NAME%%"})"));
+    const NVCCustomizedStrings strings(std::make_shared<NVCCustomization>(folder.path()));
     EXPECT_EQ(strings.customizedAuthorizationMessage(),
-              QString::fromUtf8("Norvalis™ QUIVEN wants to make changes."));
+              QStringLiteral("Acme %%QUIVEN_NAME%% wants to make changes."))
+        << "the customized application name is inserted once";
 
     ASSERT_TRUE(installCustomizedTranslations(QLocale(QLocale::German, QLocale::Germany)));
     EXPECT_EQ(strings.customizedAuthorizationMessageWithApplicationName(QStringLiteral("50%% App")),

@@ -107,7 +107,6 @@ TEST_F(PreferencesWindow, AnAdministratorSavesTwoForOffKeepsUnknownKeysAndAsksFo
                   .toUtf8());
     const QVariantMap saved = savedPreferences();
     EXPECT_EQ(saved.value(QStringLiteral("policy.global.webcam")).toInt(), 2);
-    EXPECT_EQ(saved.value(QStringLiteral("policy.global.user")).toInt(), 1);
     EXPECT_EQ(saved.value(QStringLiteral("ui.prompts.authenticate")).toInt(), 1);
     EXPECT_EQ(saved.value(QStringLiteral("ui.prompts.oob")).toInt(), 2);
     EXPECT_EQ(saved.value(QStringLiteral("policy.use-tval"), -1).toInt(), 0);

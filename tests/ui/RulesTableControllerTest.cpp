@@ -8,43 +8,26 @@
 #include <QTableView>
 #include <QTemporaryDir>
 
-namespace {
-
-int rowWithPath(const RulesTableModel &model, const QString &path, bool system = false)
+TEST_F(ApplicationFixture, ToolbarFollowsTheLockAndTheSelectionAndDeletesOnlyUserRules)
 {
-    return rowWhere(model,
-                    [&](const NVCRuleBase &rule) { return rule.path == path && rule.system == system; });
-}
-
-} // namespace
-
-class RulesTableController : public ApplicationFixture
-{
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(startDaemons()) << daemons->failureText().toStdString();
-        ASSERT_TRUE(launch());
-        model = window->model();
-    }
-
-    void select(const QList<int> &rows)
-    {
+    ASSERT_TRUE(startDaemons()) << daemons->failureText().toStdString();
+    ASSERT_TRUE(launch());
+    RulesTableModel *model = window->model();
+    const auto rowWithPath = [&](const char *path) {
+        return rowWhere(*model, [&](const NVCRuleBase &rule) {
+            return !rule.system && rule.path == QLatin1String(path);
+        });
+    };
+    const auto select = [&](const QList<int> &rows) {
         QItemSelectionModel *selection = window->rulesEditorTableView()->selectionModel();
         selection->clearSelection();
         for (const int row : rows)
             selection->select(model->index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    }
-
-    RulesTableModel *model = nullptr;
-};
-
-TEST_F(RulesTableController, ToolbarFollowsTheLockAndTheSelectionAndDeletesOnlyUserRules)
-{
-    const auto systemRow = [this] {
+    };
+    const auto systemRow = [&] {
         return rowWhere(*model, [](const NVCRuleBase &rule) { return rule.system; });
     };
-    const int userRow = rowWithPath(*model, QStringLiteral("/mnt/backup/"));
+    const int userRow = rowWithPath("/mnt/backup/");
     ASSERT_GE(systemRow(), 0);
     select({userRow});
     EXPECT_FALSE(window->deleteRuleToolbarItem()->isEnabled()) << "locked";
@@ -58,8 +41,7 @@ TEST_F(RulesTableController, ToolbarFollowsTheLockAndTheSelectionAndDeletesOnlyU
     EXPECT_FALSE(window->deleteRuleMenuItem()->isEnabled());
     window->rulesEditorContextualMenu()->hide();
 
-    select({rowWithPath(*model, QStringLiteral("~/Music/")),
-            rowWithPath(*model, QStringLiteral("/mnt/backup/"))});
+    select({rowWithPath("~/Music/"), rowWithPath("/mnt/backup/")});
     window->exportSelectedRules();
     QFileDialog *panel = nullptr;
     ASSERT_TRUE(
@@ -73,8 +55,7 @@ TEST_F(RulesTableController, ToolbarFollowsTheLockAndTheSelectionAndDeletesOnlyU
     EXPECT_TRUE(lines.join().contains("~/Music/") && lines.join().contains("/mnt/backup/"));
 
     const RuleBasePtr systemRule = model->ruleAtRow(systemRow());
-    select({systemRow(), rowWithPath(*model, QStringLiteral("/mnt/backup/")),
-            rowWithPath(*model, QStringLiteral("~/Downloads/"))});
+    select({systemRow(), rowWithPath("/mnt/backup/"), rowWithPath("~/Downloads/")});
     EXPECT_TRUE(window->deleteRuleToolbarItem()->isEnabled()) << "the selection holds user rules";
     window->deleteRows();
     EXPECT_TRUE(alert(QStringLiteral("Cannot Delete System Rules")));
