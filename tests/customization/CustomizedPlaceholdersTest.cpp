@@ -14,7 +14,6 @@ TEST(CustomizedPlaceholders, ReplacesEveryOccurrenceAsPlainTextOnce)
         {"Lock %%QUIVENNAME%%, %%QUIVEN_NAME%%!", "Lock Q, Q!"},
         {"About %%QUIVEN_CONFIGURATION%%", "About Q Config"},
         {"%%IMPORTED_NUMBER%% of %%TOTAL_NUMBER%% imported", "3 of 12 imported"},
-        {"%%APPLICATION_NAME%%%%APPLICATION_NAME%%", "AppApp"},
         {"100%% sure %%QUIVEN_NAME%%", "100%% sure Q"},
         {"%%%QUIVEN_NAME%%", "%Q"},
         {"%%UNKNOWN%% stays", "%%UNKNOWN%% stays"},

@@ -13,21 +13,6 @@
 
 namespace {
 
-struct Window
-{
-    Window()
-    {
-        auto *layout = new QVBoxLayout(&root);
-        layout->addWidget(button);
-        layout->addWidget(field);
-        root.resize(400, 300);
-        root.show();
-    }
-    QWidget root;
-    QPushButton *button = new QPushButton(QStringLiteral("beneath"));
-    QLineEdit *field = new QLineEdit;
-};
-
 qreal opacityOf(const NVCWaitViewController &controller)
 {
     return static_cast<QGraphicsOpacityEffect *>(controller.view()->graphicsEffect())->opacity();
@@ -37,22 +22,28 @@ qreal opacityOf(const NVCWaitViewController &controller)
 
 TEST(WaitOverlay, FirstShowingIsImmediateSwallowsInputHidesFromAnyThreadAndLaterOnesFadeIn)
 {
-    Window window;
+    QWidget root;
+    auto *button = new QPushButton(QStringLiteral("beneath"));
+    auto *field = new QLineEdit;
+    auto *layout = new QVBoxLayout(&root);
+    layout->addWidget(button);
+    layout->addWidget(field);
+    root.show();
     int clicks = 0;
-    QObject::connect(window.button, &QPushButton::clicked, [&] { ++clicks; });
+    QObject::connect(button, &QPushButton::clicked, [&] { ++clicks; });
     NVCWaitViewController controller;
     controller.setAnimationDurations(200, 50);
     controller.configureViewForLocalizedMessage(QStringLiteral("loading"));
-    controller.view()->cover(&window.root);
+    controller.view()->cover(&root);
     EXPECT_EQ(opacityOf(controller), 1.0);
-    EXPECT_EQ(controller.view()->geometry(), window.root.rect());
-    EXPECT_TRUE(qobject_cast<QGraphicsBlurEffect *>(window.button->graphicsEffect()));
+    EXPECT_EQ(controller.view()->geometry(), root.rect());
+    EXPECT_TRUE(qobject_cast<QGraphicsBlurEffect *>(button->graphicsEffect()));
 
-    QTest::mouseClick(controller.view(), Qt::LeftButton, {}, window.button->geometry().center());
+    QTest::mouseClick(controller.view(), Qt::LeftButton, {}, button->geometry().center());
     QTest::keyClick(controller.view(), Qt::Key_Tab);
     QTest::keyClicks(controller.view(), QStringLiteral("abc"));
     EXPECT_EQ(clicks, 0);
-    EXPECT_TRUE(window.field->text().isEmpty());
+    EXPECT_TRUE(field->text().isEmpty());
 
     QPointer<NVCWaitView> panel = controller.view();
     int calls = 0;
@@ -66,10 +57,10 @@ TEST(WaitOverlay, FirstShowingIsImmediateSwallowsInputHidesFromAnyThreadAndLater
     ASSERT_TRUE(waitUntil([&] { return calls == 1; })) << "hidden from another thread, called back once";
     EXPECT_EQ(callingThread, QThread::currentThreadId());
     EXPECT_TRUE(panel.isNull()) << "the panel is gone once the callback runs";
-    EXPECT_FALSE(window.button->graphicsEffect()) << "the content is sharp again";
+    EXPECT_FALSE(button->graphicsEffect()) << "the content is sharp again";
 
     controller.configureViewForLocalizedMessage(QStringLiteral("applying"));
-    controller.view()->cover(&window.root);
+    controller.view()->cover(&root);
     EXPECT_LT(opacityOf(controller), 1.0);
     EXPECT_TRUE(waitUntil([&] { return opacityOf(controller) == 1.0; }));
 }
