@@ -115,6 +115,5 @@ TEST(TableCellChecks, PathColoursAndApplicationValidity)
     EXPECT_FALSE(valid(path, QStringLiteral("TEAMID1234"))) << "no team identifiers here";
     EXPECT_TRUE(valid(path, QStringLiteral("APPLE_PF_BINARY")));
     EXPECT_FALSE(valid(QStringLiteral("/no/such/program"), QString()));
-    EXPECT_TRUE(valid(QStringLiteral("any"), QString()));
     EXPECT_FALSE(valid(path + QStringLiteral(" via /no/such/parent"), QString()));
 }

@@ -7,18 +7,6 @@
 #include <QTableView>
 #include <QTemporaryDir>
 
-namespace {
-
-QStringList column(const ImportRulesModel &model, int column)
-{
-    QStringList texts;
-    for (int row = 0; row < model.rowCount(); ++row)
-        texts.append(model.index(row, column).data().toString());
-    return texts;
-}
-
-} // namespace
-
 class SuggestionImport : public ApplicationFixture
 {
 protected:
@@ -40,7 +28,8 @@ protected:
     QTemporaryDir folder;
 };
 
-TEST_F(SuggestionImport, TheFailsafeFileOpensOnceAndIsDeletedEvenWhenNothingIsImported)
+TEST_F(SuggestionImport,
+       TheFailsafeFileOpensOnceIsDeletedEvenWhenNothingIsImportedAndItsNoticeFollowsTheStrictCompanion)
 {
     ASSERT_TRUE(launch());
     ASSERT_TRUE(waitUntil([this] { return window->importWindowController(); }));
@@ -51,18 +40,16 @@ TEST_F(SuggestionImport, TheFailsafeFileOpensOnceAndIsDeletedEvenWhenNothingIsIm
 
     // Closing without importing still lets the daemon delete the suggestions.
     importWindow->close();
-    EXPECT_TRUE(waitUntil([this] { return !QFile::exists(failsafe()); }, 10000));
-}
+    ASSERT_TRUE(waitUntil([this] { return !QFile::exists(failsafe()); }, 10000));
 
-TEST_F(SuggestionImport, WithoutTheStrictCompanionTheNoticeIsAboutNewSoftware)
-{
     QFile::remove(failsafe() + QStringLiteral(".strict"));
-    ASSERT_TRUE(launch());
-    ASSERT_TRUE(waitUntil([this] { return window->importWindowController(); }));
+    daemons->writeSharedFile(QStringLiteral("failsafe.rc"),
+                             R"(allow prefix "/tmp/" "/usr/bin/env" r "" "" "0")");
+    window->handleFileImport(failsafe());
     QMessageBox *notice = nullptr;
     ASSERT_TRUE(
         waitUntil([&] { return (notice = window->importWindowController()->findChild<QMessageBox *>()); }));
-    EXPECT_EQ(notice->text(), QStringLiteral("New Rule Suggestions"));
+    EXPECT_EQ(notice->text(), QStringLiteral("New Rule Suggestions")) << "without the strict companion";
 }
 
 TEST_F(SuggestionImport, ImportsTheCheckedNewRulesInSightTaggedWithTheFileName)
@@ -80,9 +67,10 @@ deny path "/etc/shadow" "/opt/imported/other" r "" "" "0"
     ASSERT_TRUE(waitUntil([&] { return window->currentImportTag() == QLatin1String("work"); }));
     ImportRulesModel *model = importWindow->model();
     ASSERT_EQ(model->rowCount(), 3);
-    const int shadowRow =
-        int(column(*model, RulesTableModel::PathColumn).indexOf(QStringLiteral("/etc/shadow")));
-    ASSERT_GE(shadowRow, 0);
+    int shadowRow = 0;
+    while (shadowRow < 3 && model->index(shadowRow, RulesTableModel::PathColumn).data().toString() !=
+                                QStringLiteral("/etc/shadow"))
+        ++shadowRow;
     model->setData(model->index(shadowRow, 0), Qt::Unchecked, Qt::CheckStateRole);
 
     QSignalSpy finished(window, &RulesEditorTableController::importFinished);
