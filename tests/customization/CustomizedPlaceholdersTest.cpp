@@ -18,7 +18,6 @@ TEST(CustomizedPlaceholders, ReplacesEveryOccurrenceAsPlainTextOnce)
         {"%%%QUIVEN_NAME%%", "%Q"},
         {"%%UNKNOWN%% stays", "%%UNKNOWN%% stays"},
         {"trailing %%", "trailing %%"},
-        {"ümlaut %%QUIVEN_NAME%% ™", "ümlaut Q ™"},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(replaceCustomizedPlaceholders(QString::fromUtf8(text), values), QString::fromUtf8(expected))

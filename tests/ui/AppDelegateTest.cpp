@@ -26,7 +26,6 @@ TEST_F(ApplicationFixture, AFailedSettingsFetchEndsInAnAlertAndLeavesTheWindowUs
     QSignalSpy alerts(delegate.get(), &AppDelegate::ruleReloadAlertShown);
     delegate->applicationDidFinishLaunching();
     ASSERT_TRUE(alerts.wait(15000));
-    EXPECT_FALSE(alerts.first().first().toBool());
     EXPECT_TRUE(alert(QStringLiteral("Failed to reload")));
     EXPECT_FALSE(delegate->waitViewVisible());
 }
