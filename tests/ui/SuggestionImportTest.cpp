@@ -28,8 +28,7 @@ protected:
     QTemporaryDir folder;
 };
 
-TEST_F(SuggestionImport,
-       TheFailsafeFileOpensOnceIsDeletedEvenWhenNothingIsImportedAndItsNoticeFollowsTheStrictCompanion)
+TEST_F(SuggestionImport, FailsafeSuggestionsOpenOnceGoWhenClosedAndTheirNoticeFollowsTheStrictFile)
 {
     ASSERT_TRUE(launch());
     ASSERT_TRUE(waitUntil([this] { return window->importWindowController(); }));
