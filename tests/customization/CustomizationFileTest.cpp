@@ -1,64 +1,34 @@
 #include "NVCCustomization.h"
-#include "NVCCustomizedStrings.h"
 #include "TestFiles.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-namespace {
-
-struct Case
+TEST(CustomizationFile, ReadsSwitchesAndFallsBackToDefaults)
 {
-    const char *name;
-    const char *content; // nullptr: no file at all
-    bool visible;
-    bool available;
-    const char *applicationName; // nullptr: not customized
-};
-
-void PrintTo(const Case &c, std::ostream *os)
-{
-    *os << c.name;
+    struct Case
+    {
+        const char *content; // nullptr: no file at all
+        bool visible, available;
+        QString applicationName;
+    };
+    const Case cases[] = {
+        {nullptr, true, true, {}},
+        {"visible=no", true, true, {}},
+        {"[false, false]", true, true, {}},
+        {R"({"quivenSystemRulesVisible": false, "quivenSystemRulesAvailable": false})", false, false, {}},
+        {R"({"quivenSystemRulesAvailable": false})", true, false, {}},
+        {R"({"quivenSystemRulesVisible": 0, "applicationName": 7})", true, true, {}},
+        {R"({"applicationName": "Acme Guard"})", true, true, QStringLiteral("Acme Guard")},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.content ? c.content : "no file");
+        QTemporaryDir folder;
+        ASSERT_TRUE(!c.content ||
+                    writeFile(folder.filePath(NVCCustomization::customizationFileName()), c.content));
+        const NVCCustomization customization(folder.path());
+        EXPECT_EQ(customization.quivenSystemRulesVisible(), c.visible);
+        EXPECT_EQ(customization.quivenSystemRulesAvailable(), c.available);
+        EXPECT_EQ(customization.applicationName(), c.applicationName);
+    }
 }
-
-class CustomizationFile : public testing::TestWithParam<Case>
-{};
-
-TEST_P(CustomizationFile, ReadsSwitchesAndFallsBackToDefaults)
-{
-    QTemporaryDir folder;
-    ASSERT_TRUE(folder.isValid());
-    ASSERT_TRUE(!GetParam().content ||
-                writeFile(folder.filePath(NVCCustomization::customizationFileName()), GetParam().content));
-    const NVCCustomization customization(folder.path());
-    EXPECT_EQ(customization.quivenSystemRulesVisible(), GetParam().visible);
-    EXPECT_EQ(customization.quivenSystemRulesAvailable(), GetParam().available);
-    EXPECT_EQ(customization.applicationName(),
-              GetParam().applicationName ? QString::fromUtf8(GetParam().applicationName) : QString());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, CustomizationFile,
-    testing::Values(
-        Case{"Missing", nullptr, true, true, nullptr}, Case{"Empty", "", true, true, nullptr},
-        Case{"NotJson", "visible=no", true, true, nullptr},
-        Case{"Array", "[false, false]", true, true, nullptr},
-        Case{"BothOff", R"({"quivenSystemRulesVisible": false, "quivenSystemRulesAvailable": false})", false,
-             false, nullptr},
-        Case{"OneOff", R"({"quivenSystemRulesAvailable": false})", true, false, nullptr},
-        Case{"WrongTypes", R"({"quivenSystemRulesVisible": 0, "applicationName": 7})", true, true, nullptr},
-        Case{"Name", R"({"applicationName": "Acme Guard"})", true, true, "Acme Guard"}),
-    [](const testing::TestParamInfo<Case> &info) { return info.param.name; });
-
-TEST(CustomizationFile, ApplicationNameFeedsTheAuthorizationMessage)
-{
-    QTemporaryDir folder;
-    ASSERT_TRUE(writeFile(folder.filePath(NVCCustomization::customizationFileName()),
-                          R"({"applicationName": "Acme %%QUIVEN_NAME%%"})"));
-    const NVCCustomizedStrings strings(std::make_shared<NVCCustomization>(folder.path()));
-    EXPECT_EQ(strings.customizedAuthorizationMessage(),
-              QStringLiteral("Acme %%QUIVEN_NAME%% wants to make changes."));
-}
-
-} // namespace

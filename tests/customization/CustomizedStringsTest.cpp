@@ -1,45 +1,28 @@
 #include "CustomizedTranslations.h"
 #include "NVCCustomizedStrings.h"
+#include "TestFiles.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <QTranslator>
 #include <gtest/gtest.h>
 
-namespace {
-
-// Each test starts and ends with no catalog installed, so the English keys show.
-class CustomizedStrings : public testing::Test
+TEST(CustomizedStrings, CustomizedNameInEnglishKeysAndTheGermanCatalogFromResources)
 {
-protected:
-    void TearDown() override
-    {
-        for (QTranslator *translator : QCoreApplication::instance()->findChildren<QTranslator *>()) {
-            QCoreApplication::removeTranslator(translator);
-            delete translator;
-        }
-    }
-
-    QTemporaryDir emptyFolder;
-    NVCCustomizedStrings strings{std::make_shared<NVCCustomization>(emptyFolder.path())};
-};
-
-TEST_F(CustomizedStrings, EnglishKeysWithoutCatalog)
-{
-    EXPECT_EQ(strings.quivenName(), QString::fromUtf8("Norvalis™ QUIVEN"));
-    EXPECT_EQ(strings.customizedAuthorizationMessageWithApplicationName(QStringLiteral("Backup")),
-              QStringLiteral("Backup wants to make changes."));
+    QTemporaryDir folder;
+    ASSERT_TRUE(writeFile(folder.filePath(NVCCustomization::customizationFileName()),
+                          R"({"applicationName": "Acme %%QUIVEN_NAME%%"})"));
+    const NVCCustomizedStrings strings(std::make_shared<NVCCustomization>(folder.path()));
     EXPECT_EQ(strings.customizedAuthorizationMessage(),
-              QString::fromUtf8("Norvalis™ QUIVEN wants to make changes."));
-    EXPECT_EQ(strings.customizationsPath(), emptyFolder.path());
-}
+              QStringLiteral("Acme %%QUIVEN_NAME%% wants to make changes."))
+        << "the customized application name is inserted once";
 
-TEST_F(CustomizedStrings, GermanCatalogFromResources)
-{
     ASSERT_TRUE(installCustomizedTranslations(QLocale(QLocale::German, QLocale::Germany)));
     EXPECT_EQ(strings.customizedAuthorizationMessageWithApplicationName(QStringLiteral("50%% App")),
               QString::fromUtf8("50%% App möchte Änderungen vornehmen."));
-    EXPECT_EQ(strings.quivenName(), QString::fromUtf8("Norvalis™ QUIVEN"));
+    EXPECT_EQ(strings.quivenName(), QString::fromUtf8("Norvalis™ QUIVEN")) << "the name is not translated";
+    for (QTranslator *translator : QCoreApplication::instance()->findChildren<QTranslator *>()) {
+        QCoreApplication::removeTranslator(translator);
+        delete translator;
+    }
 }
-
-} // namespace

@@ -28,12 +28,8 @@ inline int rowWhere(const RulesTableModel &model, const std::function<bool(const
 class ApplicationFixture : public ::testing::Test
 {
 protected:
-    void TearDown() override
-    {
-        delegate.reset();
-        manager.reset();
-        RulesDirtyFlag::set(false);
-    }
+    // The members go in reverse order: the application before its store and the daemons.
+    void TearDown() override { RulesDirtyFlag::set(false); }
 
     bool startDaemons(const QString &authAnswer = QStringLiteral("grant"))
     {

@@ -1,4 +1,3 @@
-#include "NVCEditPolicyUI.h"
 #include "TestFiles.h"
 #include "Utilities.h"
 
@@ -6,27 +5,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-
-TEST(EditorHelpers, SplitsAProcessTextIntoProgramAndParent)
-{
-    struct Case
-    {
-        QString text, process, parent;
-    };
-    const Case cases[] = {
-        {"/bin/cp via /usr/bin/make", "/bin/cp", "/usr/bin/make"},
-        {"/bin/cp via any", "/bin/cp", "any"},
-        {"any ancestor /usr/bin/make", "any", "/usr/bin/make"},
-        {"any via /usr/bin/make", "any", "/usr/bin/make"},
-        {"/bin/cp", "/bin/cp", ""},
-        {"any", "any", ""},
-    };
-    for (const Case &c : cases) {
-        EXPECT_EQ(NVCEditPolicyUI::getProcess(c.text), c.process) << c.text.toStdString();
-        EXPECT_EQ(NVCEditPolicyUI::getParent(c.text), c.parent) << c.text.toStdString();
-        EXPECT_FALSE(NVCEditPolicyUI::getParent(c.text).isNull()) << "empty, not absent";
-    }
-}
 
 TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
 {
@@ -43,8 +21,5 @@ TEST(EditorHelpers, NormalizePathResolvesAbbreviatesAndMarksFolders)
     EXPECT_EQ(Utilities::normalizePath(QStringLiteral("~/missing/file")), QStringLiteral("~/missing/file"));
     EXPECT_EQ(Utilities::normalizePath(QStringLiteral("/usr/bin/cp via any")),
               QStringLiteral("/usr/bin/cp via any"));
-    EXPECT_EQ(Utilities::normalizePath(QStringLiteral("/")), QStringLiteral("/"));
-    const QString empty = Utilities::normalizePath(QStringLiteral(""));
-    EXPECT_TRUE(empty.isEmpty() && !empty.isNull());
     qputenv("HOME", previousHome);
 }
