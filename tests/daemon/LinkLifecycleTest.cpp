@@ -9,7 +9,6 @@
 
 #include <QDBusMessage>
 #include <QMutex>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -51,9 +50,7 @@ TEST_F(LinkLifecycle, CallBackSetUpRunsOnceForEachDaemonProcess)
     client.subscribeToUpdateWithProtocol(kPolicyChanged, [&] { ++setUps; });
     ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
     EXPECT_EQ(setUps, 0) << "set up when the daemon connects back, not when subscribing";
-
-    for (int round = 0; round < 2; ++round)
-        ASSERT_TRUE(save(client));
+    ASSERT_TRUE(save(client) && save(client));
     EXPECT_EQ(setUps, 1);
 
     daemons.filterd().kill9();
@@ -94,7 +91,6 @@ TEST_F(LinkLifecycle, ALinkMadeFromAWorkerThreadAnswersAndWatchesOnTheOwnerThrea
 {
     NVCSettingsClient client(connection, NVCNamespace(QString()));
     std::optional<QThread *> replyThread;
-    // A thread without an event loop, gone before the answer comes.
     std::thread worker([&] {
         client.getSystemSettingsWithReply(
             [&](const QVariantMap &, const QDBusError &) { replyThread = QThread::currentThread(); });
@@ -129,7 +125,6 @@ TEST_F(LinkLifecycle, AFailureNoticedOnAWorkerThreadIsHandledOnTheOwnerThread)
     ASSERT_TRUE(waitUntil([&] { return handled() == 1 && !client.isConnected(); }));
     const int burndown = client.trySubscribeBurndown();
 
-    // The next call finds the bus gone on the worker.
     std::optional<qint64> status;
     QThread *statusThread = nullptr;
     std::thread worker([&] {
@@ -198,18 +193,8 @@ TEST_F(LinkLifecycle, LogLinesAsOperatorsKnowThem)
     LogCapture log;
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
-    EXPECT_TRUE(log.contains("namespaced id com.norvalis.nrquivend --> com.norvalis.nrquivend"));
     EXPECT_TRUE(
         log.contains("Setting up XPC connection to Mach service com.norvalis.nrquivend with options 4096"));
-
-    // Where the namespace comes from, and what it resolved to, even when nothing.
-    QTemporaryDir dir;
-    NVCNamespace::readNamespaceFile(NVCNamespace::namespaceFilePath(dir.filePath("installed"), dir.path()));
-    EXPECT_TRUE(log.contains("namespace path from bundlePath: " + dir.filePath("namespace")));
-    EXPECT_TRUE(log.contains("resolved namespace: "));
-    NVCNamespace::readNamespaceFile(NVCNamespace::namespaceFilePath(dir.path(), dir.path()));
-    EXPECT_TRUE(log.contains("namespace path from Resources: " + dir.path()));
-    EXPECT_TRUE(log.contains("there was an error opening the namespace at " + dir.path()));
 
     // A protocol this client cannot resolve is reported when the daemon calls back on it.
     NVCServiceClient bare(connection, QStringLiteral("com.norvalis.nrquivend"),
@@ -222,12 +207,10 @@ TEST_F(LinkLifecycle, LogLinesAsOperatorsKnowThem)
     EXPECT_TRUE(log.waitFor("Error: could not resolve protocol NVCQUIVENPolicyChangedProtocol"))
         << log.dump();
 
-    // The daemon's terminate event closes the link the way an invalidation does.
+    // The daemon's terminate event is logged like an invalidation.
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
-    EXPECT_TRUE(log.contains("-[NVCQUIVENClient terminate] event received from daemon"));
     EXPECT_TRUE(log.contains("QUIVEN XPC connection was invalidated! Resetting client registration status"));
-    EXPECT_TRUE(log.contains("XPC invalidated for connection: com.norvalis.nrquivend"));
 
     // Unsubscribing without a bus still reports the failure.
     daemons.bus().stop();

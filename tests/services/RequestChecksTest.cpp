@@ -86,7 +86,7 @@ TEST(CallerIdentity, NoIdentityForACallerThatHasLeft)
         ASSERT_EQ(quiven::service::callerUid(daemon, departed), ::getuid());
         QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
     }
-    // The bus drops the name once the connection is gone; the lookup then fails instead of giving 0.
+    // The lookup fails instead of giving 0 (root).
     ASSERT_TRUE(bus.waitForNameGone(departed));
     EXPECT_EQ(quiven::service::callerUid(daemon, departed), std::nullopt);
 }
@@ -100,12 +100,10 @@ TEST(SystemBusAddress, TellsTheMachinesSystemBusFromPrivateOnes)
     };
     const Case cases[] = {
         {"", true},
-        {"  ", true},
         {"unix:path=/run/dbus/system_bus_socket", true},
         {"unix:path=/var/run/dbus/system_bus_socket", true},
         {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
         {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
-        {"unix:path=/tmp/dbus-abc,guid=0123", false},
         {"unix:abstract=/tmp/dbus-xyz", false},
     };
     for (const Case &c : cases)
