@@ -1,17 +1,26 @@
+// How clients and their links behave against the running daemons: terminate
+// and kill, restarts, adopted links, calls from other threads, and log lines.
 #include "BuildPaths.h"
 #include "DaemonStack.h"
+#include "LogCapture.h"
 #include "NVCAuthorizationHolder.h"
-#include "NVCQUIVENClient.h"
+#include "NVCQUIVENRuleClient.h"
 #include "NVCSettingsPrivilegedClient.h"
 #include "RoundTrip.h"
 #include "WaitUntil.h"
 
-#include <QDeadlineTimer>
+#include <QDBusMessage>
+#include <QMutex>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
 const QString kTermination = QString::fromLatin1(NVCQUIVENClient::terminationProtocol);
+const QString kPolicyChanged = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);
 
 class DaemonIntegration : public ::testing::Test
 {
@@ -23,6 +32,14 @@ protected:
         connection = bus.connect(QStringLiteral("client"));
     }
 
+    // A save the filter daemon takes (it checks no authorization here) and announces.
+    bool save(NVCQUIVENRuleClient &client)
+    {
+        const auto answer = answerOf<QDBusError>(
+            [&](auto done) { client.setUserWatchRules({}, {}, QByteArray(32, 'a'), done, {}); });
+        return answer && !answer->isValid();
+    }
+
     DaemonStack daemons{DaemonStack::Checks::InsecureDev};
     PrivateSystemBus &bus = daemons.bus();
     QDBusConnection connection{QString()};
@@ -30,6 +47,7 @@ protected:
 
 TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonTerminatesTheClientAndOnlyShutdownEndsALink)
 {
+    LogCapture log;
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     EXPECT_EQ(answerOf<bool>([&](auto done) { client.setQUIVENEnabled(false, false, done); }), true);
     client.registerUserAgent();
@@ -47,6 +65,7 @@ TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonTerminatesTheClientAndOnlyShutd
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
     EXPECT_FALSE(client.isConnected() || client.isRegistered());
+    EXPECT_TRUE(log.contains("QUIVEN XPC connection was invalidated! Resetting client registration status"));
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
     NVCQUIVENClient other(connection, NVCNamespace(QString()));
@@ -81,13 +100,11 @@ TEST_F(DaemonIntegration, TerminateReachesAClientOfAnotherUser)
                  QStringLiteral("--clear-groups"),
                  quiven::test::builtBinary(QStringLiteral("tests/daemon/quiven-filter-client-probe"))});
     QByteArray output;
-    QDeadlineTimer deadline(10000);
-    while (!output.contains("subscribed") && !deadline.hasExpired() &&
-           probe.state() != QProcess::NotRunning) {
-        probe.waitForReadyRead(100);
+    ASSERT_TRUE(waitUntil([&] {
+        probe.waitForReadyRead(50);
         output += probe.readAllStandardOutput();
-    }
-    ASSERT_TRUE(output.contains("subscribed")) << probe.readAllStandardError().data();
+        return output.contains("subscribed");
+    })) << probe.readAllStandardError().data();
 
     daemons.filterd().terminate();
     ASSERT_TRUE(probe.waitForFinished(10000));
@@ -98,7 +115,6 @@ TEST_F(DaemonIntegration, TerminateReachesAClientOfAnotherUser)
 
 TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartAndRetriesSlowDownAfterThirtyFailures)
 {
-    using std::chrono::milliseconds;
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     client.setRetryDelays(milliseconds(5), milliseconds(400));
     ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
@@ -132,22 +148,6 @@ TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
 
     ASSERT_TRUE(daemons.startSettingsd());
     EXPECT_TRUE(read().value_or(QVariantMap()).contains(QStringLiteral("quiven-system-ruleset-in-use")));
-}
-
-TEST_F(DaemonIntegration, SubscriptionsOfAClientThatLeftTheBusAreDropped)
-{
-    {
-        QDBusConnection leaving = bus.connect(QStringLiteral("leaving"));
-        NVCQUIVENClient client(leaving, NVCNamespace(QString()));
-        ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
-        client.shutdownWithoutUnsubscribe();
-        QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
-    }
-    EXPECT_TRUE(daemons.filterd().waitForOutput("left the bus; dropped 1 subscriptions"))
-        << daemons.filterd().output().data();
-    daemons.filterd().terminate();
-    EXPECT_TRUE(daemons.filterd().output().contains("terminating; telling 0 subscribers"))
-        << daemons.filterd().output().data();
 }
 
 TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
@@ -186,14 +186,6 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
         return client.systemSettings().value(QStringLiteral("quiven-policy-save-no-admins")).toBool();
     }));
 
-    // The setting survives a restart of the daemon.
-    daemons.settingsd().terminate();
-    ASSERT_TRUE(daemons.startSettingsd());
-    EXPECT_EQ(answerOf<QVariantMap>([&](auto done) { client.getSystemSettingsWithReply(done); })
-                  .value_or(QVariantMap())
-                  .value(QStringLiteral("quiven-system-ruleset-in-use")),
-              2);
-
     // Without a bus the holder setters still answer, with the connection's error.
     bus.stop();
     EXPECT_NE(errorOf([&](auto done) {
@@ -203,4 +195,166 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
               QString());
 }
 
+TEST_F(DaemonIntegration, CallBackSetUpRunsOnceForEachDaemonProcess)
+{
+    NVCQUIVENRuleClient client(connection, NVCNamespace(QString()));
+    client.setRetryDelays(milliseconds(50), milliseconds(50));
+    int setUps = 0;
+    client.subscribeToUpdateWithProtocol(kPolicyChanged, [&] { ++setUps; });
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
+    EXPECT_EQ(setUps, 0) << "set up when the daemon connects back, not when subscribing";
+    ASSERT_TRUE(save(client) && save(client));
+    EXPECT_EQ(setUps, 1);
+
+    daemons.filterd().kill9();
+    ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(kPolicyChanged); }));
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
+    ASSERT_TRUE(save(client));
+    EXPECT_EQ(setUps, 2);
+}
+
+TEST_F(DaemonIntegration, AnAdoptedLinkIsConnectedFromTheStartAndRunsNoHandlers)
+{
+    const std::unique_ptr<NVCServiceClient> adopted =
+        NVCServiceClient::withXpcConnection(connection,
+                                            {QStringLiteral("com.norvalis.nrquivend"),
+                                             QDBusObjectPath(QStringLiteral("/com/norvalis/nrquivend"))},
+                                            QStringLiteral("NVCQUIVENDaemonProtocol"));
+    EXPECT_TRUE(adopted->isConnected());
+    int handled = 0;
+    adopted->setInterruptionHandler([&] { ++handled; });
+    adopted->setInvalidationHandler([&] { ++handled; });
+    adopted->setReconnectionHandler([&] { ++handled; });
+    adopted->subscribeToUpdateWithProtocol(kTermination);
+    ASSERT_TRUE(waitUntil([&] { return adopted->isSubscriptionAlive(kTermination); }));
+
+    // A watched client on the same connection shows when the loss has been seen.
+    NVCQUIVENClient watched(connection, NVCNamespace(QString()));
+    ASSERT_TRUE(waitUntil([&] { return watched.isSubscriptionAlive(kTermination); }));
+    daemons.filterd().kill9();
+    ASSERT_TRUE(waitUntil([&] { return !watched.isSubscriptionAlive(kTermination); }));
+
+    EXPECT_EQ(handled, 0);
+    EXPECT_TRUE(adopted->isConnected());
+    EXPECT_EQ(adopted->nextRetryDelay().count(), 0);
+}
+
+TEST_F(DaemonIntegration, CallsFromAWorkerThreadAnswerWatchAndFailOnTheOwnerThread)
+{
+    LogCapture log;
+    NVCSettingsClient settings(connection, NVCNamespace(QString()));
+    std::optional<QThread *> replyThread;
+    // A thread without an event loop, gone before the answer comes, makes the link.
+    std::thread([&] {
+        settings.getSystemSettingsWithReply(
+            [&](const QVariantMap &, const QDBusError &) { replyThread = QThread::currentThread(); });
+    }).join();
+    ASSERT_TRUE(waitUntil([&] { return replyThread.has_value(); }));
+    EXPECT_EQ(*replyThread, QThread::currentThread());
+    daemons.settingsd().kill9();
+    EXPECT_TRUE(waitUntil([&] { return !settings.isConnected(); })) << "the daemon's exit went unnoticed";
+
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    // Slow retries: the schedule itself must not run during the test.
+    client.setRetryDelays(seconds(30), seconds(30));
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
+    QMutex mutex;
+    QList<QThread *> handlerThreads;
+    client.setInvalidationHandler([&] {
+        QMutexLocker locker(&mutex);
+        handlerThreads.append(QThread::currentThread());
+    });
+    const auto handled = [&] {
+        QMutexLocker locker(&mutex);
+        return handlerThreads.size();
+    };
+    bus.stop();
+    ASSERT_TRUE(waitUntil([&] { return handled() == 1 && !client.isConnected(); }));
+    const int burndown = client.trySubscribeBurndown();
+
+    std::optional<qint64> status;
+    QThread *statusThread = nullptr;
+    std::thread([&] {
+        client.getQUIVENFilterStatusWithCallback([&](qint64 value) {
+            statusThread = QThread::currentThread();
+            status = value;
+        });
+    }).join();
+    ASSERT_TRUE(waitUntil([&] { return status.has_value() && handled() == 2; }));
+    EXPECT_EQ(*status, 0);
+    EXPECT_EQ(statusThread, QThread::currentThread());
+    EXPECT_EQ(handlerThreads, (QList<QThread *>{QThread::currentThread(), QThread::currentThread()}));
+    // The retry was scheduled, on a timer of the owner thread.
+    EXPECT_EQ(client.trySubscribeBurndown(), burndown - 1);
+    EXPECT_EQ(client.nextRetryDelay(), milliseconds(seconds(30)));
+    EXPECT_FALSE(log.contains(QStringLiteral("another thread"))) << log.dump();
+}
+
+// Serves the settings calls of a settings client and announces allow-list
+// changes, which the stand-in settings daemon never has.
+class AllowListSettingsDaemon : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.norvalis.nrsettingsdProtocol")
+public:
+    QStringList allowList;
+
+public Q_SLOTS:
+    QVariantMap getUserAndSystemSettingsWithReply(QVariantMap &systemSettings)
+    {
+        systemSettings = {};
+        return {};
+    }
+    QStringList getUserWhitelistWithReply(bool &available)
+    {
+        available = true;
+        return allowList;
+    }
+};
+
+TEST(AllowList, ItsChangeNotificationIsRegisteredWithTheSettingsOneAndRefreshesTheList)
+{
+    PrivateSystemBus bus;
+    ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
+    QDBusConnection daemonSide = bus.connect(QStringLiteral("allow-list-daemon"));
+    AllowListSettingsDaemon daemon;
+    daemon.allowList = {QStringLiteral("/usr/bin/first")};
+    const QString path = QStringLiteral("/com/norvalis/nrsettingsd");
+    ASSERT_TRUE(daemonSide.registerObject(path, &daemon, QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(daemonSide.registerService(QStringLiteral("com.norvalis.nrsettingsd")));
+
+    NVCSettingsClient client(bus.connect(QStringLiteral("client")), NVCNamespace(QString()));
+    ASSERT_EQ(answerOf<bool>([&](auto done) { client.startListenersWithReply(done); }), true);
+    EXPECT_TRUE(client.isWhitelistNotificationRegistered());
+    EXPECT_EQ(client.userWhitelist(), QStringList{QStringLiteral("/usr/bin/first")});
+
+    daemon.allowList = {QStringLiteral("/usr/bin/second")};
+    daemonSide.send(QDBusMessage::createSignal(path, QStringLiteral("com.norvalis.nrsettingsdNotifications"),
+                                               QStringLiteral("whitelistUpdated")));
+    EXPECT_TRUE(waitUntil([&] { return client.userWhitelist() == QStringList{"/usr/bin/second"}; }));
+}
+
+TEST_F(DaemonIntegration, LogLinesAsOperatorsKnowThem)
+{
+    LogCapture log;
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
+    EXPECT_TRUE(
+        log.contains("Setting up XPC connection to Mach service com.norvalis.nrquivend with options 4096"));
+
+    // A protocol this client cannot resolve is reported when the daemon calls back on it.
+    NVCServiceClient bare(connection, QStringLiteral("com.norvalis.nrquivend"),
+                          QStringLiteral("NVCQUIVENDaemonRuleProtocol"), NVCNamespace(QString()));
+    bare.subscribeToUpdateWithProtocol(kPolicyChanged);
+    ASSERT_TRUE(waitUntil([&] { return bare.isSubscriptionAlive(kPolicyChanged); }));
+    EXPECT_FALSE(log.contains("could not resolve protocol"));
+    NVCQUIVENRuleClient saver(connection, NVCNamespace(QString()));
+    ASSERT_TRUE(save(saver));
+    EXPECT_TRUE(log.waitFor("Error: could not resolve protocol NVCQUIVENPolicyChangedProtocol"))
+        << log.dump();
+}
+
 } // namespace
+
+#include "DaemonIntegrationTest.moc"
