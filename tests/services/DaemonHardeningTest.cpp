@@ -164,44 +164,31 @@ TEST_F(DaemonHardening, UnauthorizedMalformedOrForgedCallsGetTypedErrorsAndChang
     expectBothServingUnchanged();
 }
 
-TEST_F(DaemonHardening, SaveRefusesToWriteThroughASymbolicLink)
+TEST_F(DaemonHardening, SymbolicLinksSubscriptionFloodsAndForgedLogLinesAreRefused)
 {
     const QString victim = daemons.systemFolder() + "victim.rc";
     daemons.writeSystemFile(QStringLiteral("victim.rc"), "victim\n");
     const QString userFile = daemons.sharedFolder() + "local.quiven.rc";
     ASSERT_TRUE(QFile::remove(userFile) && QFile::link(victim, userFile));
-
-    const QDBusMessage reply =
-        connection.call(saveCall({ruleArchive(QStringLiteral("/home/ann/new"))}, token()));
-    EXPECT_EQ(reply.errorName(), QStringLiteral("com.norvalis.Error.Failed"));
-    EXPECT_TRUE(reply.errorMessage().contains(QStringLiteral("symbolic link")));
-    EXPECT_TRUE(daemons.filterd().waitForOutput("symbolic link"));
+    EXPECT_EQ(errorOf(saveCall({ruleArchive(QStringLiteral("/home/ann/new"))}, token())),
+              QStringLiteral("com.norvalis.Error.Failed"));
     EXPECT_EQ(readFile(victim), "victim\n");
     EXPECT_TRUE(QFileInfo(userFile).isSymLink());
-}
 
-TEST_F(DaemonHardening, SubscriptionsPerConnectionAreCapped)
-{
     const auto subscribe = [&](const char *protocol, int index) {
         const NVCListenerEndpoint endpoint{connection.baseService(),
                                            QDBusObjectPath(QStringLiteral("/s/%1").arg(index))};
-        return connection
-            .call(methodCall(kFilter, "NVCServiceClientSubscriptionProtocol",
-                             "subscribeToChangesWithProtocol",
-                             {QString::fromLatin1(protocol), QVariant::fromValue(endpoint)}))
-            .arguments()
-            .value(0)
-            .toBool();
+        const QDBusMessage call =
+            methodCall(kFilter, "NVCServiceClientSubscriptionProtocol", "subscribeToChangesWithProtocol",
+                       {QString::fromLatin1(protocol), QVariant::fromValue(endpoint)});
+        return connection.call(call).arguments().value(0).toBool();
     };
     for (int index = 0; index < 32; ++index)
         ASSERT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", index)) << index;
     EXPECT_FALSE(subscribe("NVCQUIVENPolicyChangedProtocol", 32));
     EXPECT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", 0)); // again: nothing new to hold
     EXPECT_TRUE(subscribe("NVCQUIVENClientTerminationProtocol", 0));
-}
 
-TEST_F(DaemonHardening, CallerTextCannotForgeLogLines)
-{
     NVCUserPolicyResponse response;
     response.path = QStringLiteral("/tmp/x\n00:00:00.000 info com.norvalis.FilterDaemon: filter disabled");
     EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",
