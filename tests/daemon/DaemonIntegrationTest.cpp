@@ -65,6 +65,8 @@ TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonTerminatesTheClientAndOnlyShutd
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
     EXPECT_FALSE(client.isConnected() || client.isRegistered());
+    EXPECT_TRUE(
+        log.contains("Setting up XPC connection to Mach service com.norvalis.nrquivend with options 4096"));
     EXPECT_TRUE(log.contains("QUIVEN XPC connection was invalidated! Resetting client registration status"));
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
@@ -195,27 +197,13 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
               QString());
 }
 
-TEST_F(DaemonIntegration, CallBackSetUpRunsOnceForEachDaemonProcess)
+TEST_F(DaemonIntegration, CallBackSetUpRunsOnceForEachDaemonProcessAndAnAdoptedLinkRunsNoHandlers)
 {
+    LogCapture log;
     NVCQUIVENRuleClient client(connection, NVCNamespace(QString()));
     client.setRetryDelays(milliseconds(50), milliseconds(50));
     int setUps = 0;
     client.subscribeToUpdateWithProtocol(kPolicyChanged, [&] { ++setUps; });
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
-    EXPECT_EQ(setUps, 0) << "set up when the daemon connects back, not when subscribing";
-    ASSERT_TRUE(save(client) && save(client));
-    EXPECT_EQ(setUps, 1);
-
-    daemons.filterd().kill9();
-    ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(kPolicyChanged); }));
-    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
-    ASSERT_TRUE(save(client));
-    EXPECT_EQ(setUps, 2);
-}
-
-TEST_F(DaemonIntegration, AnAdoptedLinkIsConnectedFromTheStartAndRunsNoHandlers)
-{
     const std::unique_ptr<NVCServiceClient> adopted =
         NVCServiceClient::withXpcConnection(connection,
                                             {QStringLiteral("com.norvalis.nrquivend"),
@@ -227,17 +215,30 @@ TEST_F(DaemonIntegration, AnAdoptedLinkIsConnectedFromTheStartAndRunsNoHandlers)
     adopted->setInvalidationHandler([&] { ++handled; });
     adopted->setReconnectionHandler([&] { ++handled; });
     adopted->subscribeToUpdateWithProtocol(kTermination);
-    ASSERT_TRUE(waitUntil([&] { return adopted->isSubscriptionAlive(kTermination); }));
+    // A protocol this client cannot resolve is reported when the daemon calls back on it.
+    NVCServiceClient bare(connection, QStringLiteral("com.norvalis.nrquivend"),
+                          QStringLiteral("NVCQUIVENDaemonRuleProtocol"), NVCNamespace(QString()));
+    bare.subscribeToUpdateWithProtocol(kPolicyChanged);
+    ASSERT_TRUE(waitUntil([&] {
+        return client.isSubscriptionAlive(kPolicyChanged) && adopted->isSubscriptionAlive(kTermination) &&
+               bare.isSubscriptionAlive(kPolicyChanged);
+    }));
+    EXPECT_EQ(setUps, 0) << "set up when the daemon connects back, not when subscribing";
+    EXPECT_FALSE(log.contains("could not resolve protocol"));
+    ASSERT_TRUE(save(client) && save(client));
+    EXPECT_EQ(setUps, 1);
+    EXPECT_TRUE(log.waitFor("Error: could not resolve protocol NVCQUIVENPolicyChangedProtocol"))
+        << log.dump();
 
-    // A watched client on the same connection shows when the loss has been seen.
-    NVCQUIVENClient watched(connection, NVCNamespace(QString()));
-    ASSERT_TRUE(waitUntil([&] { return watched.isSubscriptionAlive(kTermination); }));
     daemons.filterd().kill9();
-    ASSERT_TRUE(waitUntil([&] { return !watched.isSubscriptionAlive(kTermination); }));
-
+    ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(kPolicyChanged); }));
     EXPECT_EQ(handled, 0);
     EXPECT_TRUE(adopted->isConnected());
     EXPECT_EQ(adopted->nextRetryDelay().count(), 0);
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
+    ASSERT_TRUE(save(client));
+    EXPECT_EQ(setUps, 2);
 }
 
 TEST_F(DaemonIntegration, CallsFromAWorkerThreadAnswerWatchAndFailOnTheOwnerThread)
@@ -291,70 +292,4 @@ TEST_F(DaemonIntegration, CallsFromAWorkerThreadAnswerWatchAndFailOnTheOwnerThre
     EXPECT_FALSE(log.contains(QStringLiteral("another thread"))) << log.dump();
 }
 
-// Serves the settings calls of a settings client and announces allow-list
-// changes, which the stand-in settings daemon never has.
-class AllowListSettingsDaemon : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "com.norvalis.nrsettingsdProtocol")
-public:
-    QStringList allowList;
-
-public Q_SLOTS:
-    QVariantMap getUserAndSystemSettingsWithReply(QVariantMap &systemSettings)
-    {
-        systemSettings = {};
-        return {};
-    }
-    QStringList getUserWhitelistWithReply(bool &available)
-    {
-        available = true;
-        return allowList;
-    }
-};
-
-TEST(AllowList, ItsChangeNotificationIsRegisteredWithTheSettingsOneAndRefreshesTheList)
-{
-    PrivateSystemBus bus;
-    ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-    QDBusConnection daemonSide = bus.connect(QStringLiteral("allow-list-daemon"));
-    AllowListSettingsDaemon daemon;
-    daemon.allowList = {QStringLiteral("/usr/bin/first")};
-    const QString path = QStringLiteral("/com/norvalis/nrsettingsd");
-    ASSERT_TRUE(daemonSide.registerObject(path, &daemon, QDBusConnection::ExportAllSlots));
-    ASSERT_TRUE(daemonSide.registerService(QStringLiteral("com.norvalis.nrsettingsd")));
-
-    NVCSettingsClient client(bus.connect(QStringLiteral("client")), NVCNamespace(QString()));
-    ASSERT_EQ(answerOf<bool>([&](auto done) { client.startListenersWithReply(done); }), true);
-    EXPECT_TRUE(client.isWhitelistNotificationRegistered());
-    EXPECT_EQ(client.userWhitelist(), QStringList{QStringLiteral("/usr/bin/first")});
-
-    daemon.allowList = {QStringLiteral("/usr/bin/second")};
-    daemonSide.send(QDBusMessage::createSignal(path, QStringLiteral("com.norvalis.nrsettingsdNotifications"),
-                                               QStringLiteral("whitelistUpdated")));
-    EXPECT_TRUE(waitUntil([&] { return client.userWhitelist() == QStringList{"/usr/bin/second"}; }));
-}
-
-TEST_F(DaemonIntegration, LogLinesAsOperatorsKnowThem)
-{
-    LogCapture log;
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
-    EXPECT_TRUE(
-        log.contains("Setting up XPC connection to Mach service com.norvalis.nrquivend with options 4096"));
-
-    // A protocol this client cannot resolve is reported when the daemon calls back on it.
-    NVCServiceClient bare(connection, QStringLiteral("com.norvalis.nrquivend"),
-                          QStringLiteral("NVCQUIVENDaemonRuleProtocol"), NVCNamespace(QString()));
-    bare.subscribeToUpdateWithProtocol(kPolicyChanged);
-    ASSERT_TRUE(waitUntil([&] { return bare.isSubscriptionAlive(kPolicyChanged); }));
-    EXPECT_FALSE(log.contains("could not resolve protocol"));
-    NVCQUIVENRuleClient saver(connection, NVCNamespace(QString()));
-    ASSERT_TRUE(save(saver));
-    EXPECT_TRUE(log.waitFor("Error: could not resolve protocol NVCQUIVENPolicyChangedProtocol"))
-        << log.dump();
-}
-
 } // namespace
-
-#include "DaemonIntegrationTest.moc"
