@@ -19,54 +19,27 @@ class Receiver : public QObject
 {
     Q_OBJECT
 public:
-    QList<QVariantMap> watchRules;
-    QList<QVariantMap> policyRules;
-    QVariantMap response;
-    QVariantMap query;
+    QList<QVariantMap> watchRules, policyRules;
+    QVariantMap response, query;
 
 public Q_SLOTS:
-    void takeRules(const QList<QVariantMap> &watch, const QList<QVariantMap> &policy)
+    void take(const QList<QVariantMap> &watch, const QList<QVariantMap> &policy,
+              const QVariantMap &sentResponse, const QVariantMap &sentQuery)
     {
-        watchRules = watch;
-        policyRules = policy;
-    }
-    void takeOverride(const QVariantMap &sentResponse, const QVariantMap &sentQuery)
-    {
-        response = sentResponse;
-        query = sentQuery;
+        std::tie(watchRules, policyRules, response, query) = std::tie(watch, policy, sentResponse, sentQuery);
     }
 };
 
-class BusCoding : public ::testing::Test
+TEST(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
 {
-protected:
-    void SetUp() override
-    {
-        quiven::dbus::registerTypes();
-        ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
-        ASSERT_TRUE(server.interface()->registerService(QString::fromLatin1(kEchoService)).isValid());
-        ASSERT_TRUE(
-            server.registerObject(QStringLiteral("/echo"), &receiver, QDBusConnection::ExportAllSlots));
-    }
-
-    void send(const char *member, const QVariantList &arguments)
-    {
-        QDBusMessage message =
-            QDBusMessage::createMethodCall(QString::fromLatin1(kEchoService), QStringLiteral("/echo"),
-                                           QString(), QString::fromLatin1(member));
-        message.setArguments(arguments);
-        const QDBusMessage reply = client.call(message, QDBus::BlockWithGui);
-        ASSERT_NE(reply.type(), QDBusMessage::ErrorMessage) << reply.errorMessage().toStdString();
-    }
-
+    quiven::dbus::registerTypes();
     PrivateSystemBus bus;
+    ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
     QDBusConnection server = bus.connect(QStringLiteral("echo-server"));
-    QDBusConnection client = bus.connect(QStringLiteral("echo-client"));
     Receiver receiver;
-};
+    ASSERT_TRUE(server.interface()->registerService(QString::fromLatin1(kEchoService)).isValid());
+    ASSERT_TRUE(server.registerObject(QStringLiteral("/echo"), &receiver, QDBusConnection::ExportAllSlots));
 
-TEST_F(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
-{
     auto watch = std::make_shared<WatchRule>();
     watch->path = QStringLiteral("/home/ana/Müsik/");
     watch->constraint = QString();
@@ -74,8 +47,24 @@ TEST_F(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
     auto policy = std::make_shared<PolicyRule>();
     policy->system = true;
     policy->sequence = 1234567890123;
-    send("takeRules", {QVariant::fromValue(quiven::dbus::archiveWatchRules({watch})),
-                       QVariant::fromValue(quiven::dbus::archivePolicyRules({policy}))});
+    NVCPolicyQuery query;
+    query.pid = -1;
+    query.flags = 0xffffffffu;
+    query.teamId = QStringLiteral("");
+    query.sha1 = QByteArray(20, '\x01');
+    query.deadline = 0xfffffffffffffff0ull;
+    query.iconData = QByteArray("icon");
+    NVCUserPolicyResponse response;
+    response.duration = -1;
+    response.userData = QStringLiteral("über");
+    response.query = query;
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        QString::fromLatin1(kEchoService), QStringLiteral("/echo"), QString(), QStringLiteral("take"));
+    message << QVariant::fromValue(quiven::dbus::archiveWatchRules({watch}))
+            << QVariant::fromValue(quiven::dbus::archivePolicyRules({policy})) << response.archive()
+            << query.archive();
+    const QDBusMessage reply = bus.connect(QStringLiteral("echo-client")).call(message, QDBus::BlockWithGui);
+    ASSERT_NE(reply.type(), QDBusMessage::ErrorMessage) << reply.errorMessage().toStdString();
 
     QList<WatchRulePtr> watchRules;
     QList<PolicyRulePtr> policyRules;
@@ -89,20 +78,6 @@ TEST_F(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
     EXPECT_TRUE(policyRules[0]->isEqualTo(*policy) && policyRules[0]->system);
     EXPECT_EQ(policyRules[0]->sequence, 1234567890123);
     EXPECT_FALSE(policyRules[0]->constraint.isNull()) << "an empty constraint stays empty";
-
-    NVCPolicyQuery query;
-    query.pid = -1;
-    query.flags = 0xffffffffu;
-    query.teamId = QStringLiteral("");
-    query.sha1 = QByteArray(20, '\x01');
-    query.deadline = 0xfffffffffffffff0ull;
-    query.iconData = QByteArray("icon");
-    NVCUserPolicyResponse response;
-    response.duration = -1;
-    response.pathType = 0xfffffffeu;
-    response.userData = QStringLiteral("über");
-    response.query = query;
-    send("takeOverride", {response.archive(), query.archive()});
 
     const auto arrived = NVCUserPolicyResponse::unarchive(receiver.response, &error);
     ASSERT_TRUE(arrived && arrived->query) << error.toStdString();
