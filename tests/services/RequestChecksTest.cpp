@@ -64,13 +64,9 @@ TEST(CallerIdentity, NoIdentityForACallerThatHasLeft)
     PrivateSystemBus bus;
     ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
     const QDBusConnection daemon = bus.connect(QStringLiteral("daemon"));
-    QString departed;
-    {
-        const QDBusConnection caller = bus.connect(QStringLiteral("caller"));
-        departed = caller.baseService();
-        ASSERT_EQ(quiven::service::callerUid(daemon, departed), ::getuid());
-        QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
-    }
+    const QString departed = bus.connect(QStringLiteral("caller")).baseService();
+    ASSERT_EQ(quiven::service::callerUid(daemon, departed), ::getuid());
+    QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
     // The lookup fails instead of giving 0 (root).
     ASSERT_TRUE(bus.waitForNameGone(departed));
     EXPECT_EQ(quiven::service::callerUid(daemon, departed), std::nullopt);
@@ -78,20 +74,15 @@ TEST(CallerIdentity, NoIdentityForACallerThatHasLeft)
 
 TEST(SystemBusAddress, TellsTheMachinesSystemBusFromPrivateOnes)
 {
-    struct Case
-    {
-        const char *address;
-        bool real;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, bool> cases[] = {
         {"", true},
         {"unix:path=/var/run/dbus/system_bus_socket", true},
         {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
         {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
         {"unix:abstract=/tmp/dbus-xyz", false},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(c.address)), c.real) << c.address;
+    for (const auto &[address, real] : cases)
+        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(address)), real) << address;
 }
 
 } // namespace
