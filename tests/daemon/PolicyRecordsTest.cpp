@@ -3,6 +3,7 @@
 #include "NVCUserPolicyResponse.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -39,25 +40,18 @@ NVCPolicyQuery typicalQuery()
 TEST(PolicyQueryRecord, EveryFieldIsTakenFromItsOffset)
 {
     const std::optional<NVCPolicyQuery> query = typicalQuery();
-    EXPECT_EQ(query->pid, 4242);
-    EXPECT_EQ(query->ppid, 1);
-    EXPECT_EQ(query->flags, 0x80000001u);
-    EXPECT_EQ(query->reputationDecision, 7u);
-    EXPECT_EQ(query->engineDecision, 2);
-    EXPECT_EQ(query->path, QStringLiteral("/home/ana/Documents/tax.pdf"));
-    EXPECT_EQ(query->processName, QStringLiteral("/usr/bin/evince"));
-    EXPECT_EQ(query->parentName, QStringLiteral("/usr/lib/systemd/systemd"));
-    EXPECT_EQ(query->sha1, QByteArray(20, char(0xab)));
-    EXPECT_EQ(query->sha256, QByteArray(32, char(0xcd)));
-    EXPECT_EQ(query->constraintType, 3u);
-    EXPECT_EQ(query->operation, 16);
-    EXPECT_EQ(query->codesignState, 0x2000u);
-    EXPECT_TRUE(query->csValid);
+    EXPECT_EQ(std::tuple(query->pid, query->ppid, query->engineDecision, query->operation),
+              std::tuple(4242, 1, 2, 16));
+    EXPECT_EQ(std::tuple(query->flags, query->constraintType, query->codesignState),
+              std::tuple(0x80000001u, 3u, 0x2000u));
+    EXPECT_EQ(std::tuple(query->reputationDecision, query->deadline), std::tuple(7ull, 1700000000123ull));
+    EXPECT_EQ(QStringList({query->path, query->processName, query->parentName, query->csIdentity,
+                           query->codesignInfo}),
+              QStringList({"/home/ana/Documents/tax.pdf", "/usr/bin/evince", "/usr/lib/systemd/systemd",
+                           "org.gnome.Evince", "signé par l'éditeur"}));
+    EXPECT_EQ(query->sha1 + query->sha256, QByteArray(20, char(0xab)) + QByteArray(32, char(0xcd)));
+    EXPECT_TRUE(query->csValid && query->csPlatformBinary);
     EXPECT_FALSE(query->csAdHoc) << "only 1 means yes";
-    EXPECT_TRUE(query->csPlatformBinary);
-    EXPECT_EQ(query->csIdentity, QStringLiteral("org.gnome.Evince"));
-    EXPECT_EQ(query->codesignInfo, QStringLiteral("signé par l'éditeur"));
-    EXPECT_EQ(query->deadline, 1700000000123ull);
     EXPECT_EQ(query->iconData, QByteArray("icon"));
     EXPECT_FALSE(query->uuid.isNull());
     EXPECT_TRUE(query->teamId.isEmpty() && !query->teamId.isNull()) << "empty, not absent";
