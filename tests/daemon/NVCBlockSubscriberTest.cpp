@@ -29,8 +29,7 @@ TEST(NVCBlockSubscriber, NotifiesInOrderCancelsByTokenAndLetsASubscriberCancelIt
     EXPECT_EQ(calls, (std::vector<std::string>{"a1", "b1"})) << "subscribers without a callback are skipped";
     storage->cancelByToken(nullptr);
     notify(2);
-    EXPECT_EQ(calls.back(), "b2");
-    EXPECT_EQ(calls.size(), 3u);
+    EXPECT_EQ(calls, (std::vector<std::string>{"a1", "b1", "b2"}));
     storage->cancelByToken(&silent);
     b->cancel();
     EXPECT_TRUE(storage->isEmpty());

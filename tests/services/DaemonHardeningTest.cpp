@@ -21,7 +21,6 @@ const QString kFilter = QStringLiteral("com.norvalis.nrquivend");
 const QString kSettings = QStringLiteral("com.norvalis.nrsettingsd");
 const QString kNotAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
 const QString kInvalid = QStringLiteral("com.norvalis.Error.InvalidArgument");
-const QString kUnknownMethod = QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod");
 const QByteArray kSavedRules = "allow path \"/home/ann/kept\" \"any\" r \"\" \"\" \"0\"\n";
 
 QDBusMessage methodCall(const QString &service, const char *interface, const char *member,
@@ -122,7 +121,7 @@ TEST_F(DaemonHardening, UnauthorizedMalformedOrForgedCallsGetTypedErrorsAndChang
         {"wrong types",
          methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
                     {QStringLiteral("x"), 7, granted}),
-         kUnknownMethod},
+         QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")},
         {"no authorization", saveCall({ruleArchive(QStringLiteral("/a"))}, QByteArray()), kNotAuthorized},
         {"too many records, unauthorized", saveCall(QList<QVariantMap>(100001), QByteArray()), kInvalid},
         {"a rule smuggled in through a path", saveCall({ruleArchive(injected)}, granted), kInvalid},

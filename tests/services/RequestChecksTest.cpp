@@ -53,9 +53,9 @@ TEST(RuleAdmission, RefusesLineSeparatorsQuotesAndLongTextsNamingTheField)
 TEST(LogEscaping, ControlCharactersCannotStartALine)
 {
     using quiven::logging::escapeControlCharacters;
-    EXPECT_EQ(escapeControlCharacters(QStringLiteral("a\nb\rc\td")), QStringLiteral("a\\nb\\rc\\td"));
-    EXPECT_EQ(escapeControlCharacters(QStringLiteral("x") + QChar(0x2028) + QChar(0x1b) + QChar(0x85)),
-              QStringLiteral("x\\u2028\\u001b\\u0085"));
+    EXPECT_EQ(
+        escapeControlCharacters(QStringLiteral("a\nb\rc\td") + QChar(0x2028) + QChar(0x1b) + QChar(0x85)),
+        QStringLiteral("a\\nb\\rc\\td\\u2028\\u001b\\u0085"));
     EXPECT_EQ(escapeControlCharacters(QStringLiteral("/home/änn/ok")), QStringLiteral("/home/änn/ok"));
 }
 
