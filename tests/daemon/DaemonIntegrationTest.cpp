@@ -1,17 +1,26 @@
+// How clients and their links behave against the running daemons: terminate
+// and kill, restarts, adopted links, calls from other threads, and log lines.
 #include "BuildPaths.h"
 #include "DaemonStack.h"
+#include "LogCapture.h"
 #include "NVCAuthorizationHolder.h"
-#include "NVCQUIVENClient.h"
+#include "NVCQUIVENRuleClient.h"
 #include "NVCSettingsPrivilegedClient.h"
 #include "RoundTrip.h"
 #include "WaitUntil.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QFile>
+#include <QDBusMessage>
+#include <atomic>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+const QString kTermination = QString::fromLatin1(NVCQUIVENClient::terminationProtocol);
+const QString kPolicyChanged = QString::fromLatin1(NVCQUIVENRuleClient::policyChangedProtocol);
 
 class DaemonIntegration : public ::testing::Test
 {
@@ -23,43 +32,57 @@ protected:
         connection = bus.connect(QStringLiteral("client"));
     }
 
+    // A save the filter daemon takes (it checks no authorization here) and announces.
+    bool save(NVCQUIVENRuleClient &client)
+    {
+        const auto answer = answerOf<QDBusError>(
+            [&](auto done) { client.setUserWatchRules({}, {}, QByteArray(32, 'a'), done, {}); });
+        return answer && !answer->isValid();
+    }
+
     DaemonStack daemons{DaemonStack::Checks::InsecureDev};
     PrivateSystemBus &bus = daemons.bus();
     QDBusConnection connection{QString()};
 };
 
-TEST_F(DaemonIntegration, FilterClientCallsReachTheDaemon)
+TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonTerminatesClientsOfAnyUserAndOnlyShutdownEndsALink)
 {
+    LogCapture log;
+    ASSERT_TRUE(bus.allowOtherUsers());
+    QProcess stranger;
+    stranger.setProcessEnvironment(bus.environment());
+    stranger.start(QStringLiteral("setpriv"),
+                   {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                    QStringLiteral("--clear-groups"),
+                    quiven::test::builtBinary(QStringLiteral("tests/daemon/quiven-filter-client-probe"))});
+    QByteArray output;
+    ASSERT_TRUE(waitUntil([&] {
+        stranger.waitForReadyRead(50);
+        output += stranger.readAllStandardOutput();
+        return output.contains("subscribed");
+    })) << stranger.readAllStandardError().data();
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     EXPECT_EQ(answerOf<bool>([&](auto done) { client.setQUIVENEnabled(false, false, done); }), true);
-    EXPECT_EQ(answerOf<qint64>([&](auto done) { client.getQUIVENFilterStatusWithCallback(done); }), 0);
-
-    daemons.writeSharedFile(QStringLiteral("failsafe.rc"), "x");
-    daemons.writeSharedFile(QStringLiteral("failsafe.rc.strict"), "x");
-    client.deleteFailsafeLog();
-    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(daemons.sharedFolder() + "failsafe.rc.strict"); }));
-    EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
-
     client.registerUserAgent();
-    EXPECT_TRUE(waitUntil([&] { return client.isRegistered(); }));
-}
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered() && client.isSubscriptionAlive(kTermination); }));
+    const NVCListenerEndpoint endpoint = *client.endpointForProtocol(kTermination);
+    QDBusPendingCall impostor =
+        bus.connect(QStringLiteral("impostor"))
+            .asyncCall(QDBusMessage::createMethodCall(endpoint.service, endpoint.path.path(),
+                                                      QStringLiteral("com.norvalis.") + kTermination,
+                                                      QStringLiteral("terminate")));
+    ASSERT_TRUE(waitUntil([&] { return impostor.isFinished(); }));
+    EXPECT_EQ(impostor.error().type(), QDBusError::AccessDenied);
+    EXPECT_FALSE(client.serviceTerminated());
 
-TEST_F(DaemonIntegration, TerminateSilencesTheClientButOnlyShutdownEndsIt)
-{
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    ASSERT_TRUE(waitUntil(
-        [&] { return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol")); }));
-    client.registerUserAgent();
-    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
     daemons.filterd().terminate();
     ASSERT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
-
-    // The terminate event closes the link like an invalidation.
-    EXPECT_FALSE(client.isConnected());
-    EXPECT_FALSE(client.isRegistered());
+    EXPECT_FALSE(client.isConnected() || client.isRegistered());
+    ASSERT_TRUE(stranger.state() == QProcess::NotRunning || stranger.waitForFinished(10000));
+    EXPECT_TRUE(stranger.readAllStandardOutput().contains("terminated")) << output.data();
+    EXPECT_TRUE(log.contains("QUIVEN XPC connection was invalidated! Resetting client registration status"));
     int calls = 0;
     client.reloadSystemRulesWithCallback([&](bool) { ++calls; });
-
     NVCQUIVENClient other(connection, NVCNamespace(QString()));
     // One fallback answer per request, and nothing for the terminated client.
     for (int asked = 0; asked < 2; ++asked)
@@ -82,125 +105,43 @@ TEST_F(DaemonIntegration, TerminateSilencesTheClientButOnlyShutdownEndsIt)
     EXPECT_EQ(settingsError(), QDBusError::Disconnected);
 }
 
-TEST_F(DaemonIntegration, OnlyTheSubscribedDaemonMayTerminateTheClient)
+TEST_F(DaemonIntegration, LinksSurviveKillAndRestartAndOnlySubscriptionsRetrySlowerAfterThirtyFailures)
 {
-    NVCQUIVENClient client(connection, NVCNamespace(QString()));
-    const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
-    const NVCListenerEndpoint endpoint = *client.endpointForProtocol(protocol);
-
-    QDBusConnection impostor = bus.connect(QStringLiteral("impostor"));
-    // Asynchronous: the client answers from this thread's event loop.
-    QDBusPendingCall answer = impostor.asyncCall(QDBusMessage::createMethodCall(
-        endpoint.service, endpoint.path.path(), QStringLiteral("com.norvalis.") + protocol,
-        QStringLiteral("terminate")));
-    ASSERT_TRUE(waitUntil([&] { return answer.isFinished(); }));
-    EXPECT_EQ(answer.error().type(), QDBusError::AccessDenied);
-    ASSERT_TRUE(filterRoundTrip(connection));
-    EXPECT_FALSE(client.serviceTerminated());
-}
-
-TEST_F(DaemonIntegration, TerminateReachesAClientOfAnotherUser)
-{
-    ASSERT_TRUE(bus.allowOtherUsers());
-    QProcess probe;
-    probe.setProcessEnvironment(bus.environment());
-    probe.start(QStringLiteral("setpriv"),
-                {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
-                 QStringLiteral("--clear-groups"),
-                 quiven::test::builtBinary(QStringLiteral("tests/daemon/quiven-filter-client-probe"))});
-    QByteArray output;
-    QDeadlineTimer deadline(10000);
-    while (!output.contains("subscribed") && !deadline.hasExpired() &&
-           probe.state() != QProcess::NotRunning) {
-        probe.waitForReadyRead(100);
-        output += probe.readAllStandardOutput();
-    }
-    ASSERT_TRUE(output.contains("subscribed")) << probe.readAllStandardError().data();
-
-    daemons.filterd().terminate();
-    ASSERT_TRUE(probe.waitForFinished(10000));
-    output += probe.readAllStandardOutput();
-    EXPECT_TRUE(output.contains("terminated")) << probe.readAllStandardError().data();
-    EXPECT_EQ(probe.exitCode(), 0);
-}
-
-TEST_F(DaemonIntegration, SubscriptionSurvivesKillAndRestartAndRetriesSlowDownAfterThirtyFailures)
-{
-    using std::chrono::milliseconds;
     NVCQUIVENClient client(connection, NVCNamespace(QString()));
     client.setRetryDelays(milliseconds(5), milliseconds(400));
-    const QString protocol = QStringLiteral("NVCQUIVENClientTerminationProtocol");
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }));
+    NVCSettingsClient settings(connection, NVCNamespace(QString()));
+    const auto read = [&] {
+        return answerOf<QVariantMap>([&](auto done) { settings.getSystemSettingsWithReply(done); });
+    };
+    ASSERT_TRUE(read());
     client.registerUserAgent();
-    ASSERT_TRUE(waitUntil([&] { return client.isRegistered(); }));
+    ASSERT_TRUE(waitUntil([&] { return client.isRegistered() && client.isSubscriptionAlive(kTermination); }));
 
     daemons.filterd().kill9();
-    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() < 30; }));
-    EXPECT_FALSE(client.isSubscriptionAlive(protocol));
+    daemons.settingsd().kill9();
+    ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() < 30 && !settings.isConnected(); }));
     EXPECT_FALSE(client.isRegistered());
     EXPECT_EQ(client.nextRetryDelay(), milliseconds(5));
+    EXPECT_EQ(settings.nextRetryDelay().count(), 0) << "no timed retries without subscriptions";
     ASSERT_TRUE(waitUntil([&] { return client.trySubscribeBurndown() == 0; }));
     EXPECT_EQ(client.nextRetryDelay(), milliseconds(400));
 
-    // One success resets the count.
-    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
-    EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(protocol); }))
+    // One success resets the count; a client without subscriptions reconnects on its next call.
+    ASSERT_TRUE(daemons.startFilterd() && daemons.startSettingsd()) << daemons.failureText().toStdString();
+    EXPECT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }))
         << daemons.filterd().output().data();
     EXPECT_EQ(client.trySubscribeBurndown(), 30);
-
-    // The renewed subscription still delivers the terminate event.
-    daemons.filterd().terminate();
-    EXPECT_TRUE(waitUntil([&] { return client.serviceTerminated(); }));
-}
-
-TEST_F(DaemonIntegration, AClientWithoutSubscriptionsReconnectsOnItsNextCall)
-{
-    NVCSettingsClient client(connection, NVCNamespace(QString()));
-    const auto read = [&] {
-        return answerOf<QVariantMap>([&](auto done) { client.getSystemSettingsWithReply(done); });
-    };
-    ASSERT_TRUE(read());
-    daemons.settingsd().kill9();
-    ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
-    // The interruption drops the link and schedules nothing.
-    ASSERT_TRUE(waitUntil([&] { return !client.isConnected(); }));
-    EXPECT_EQ(client.nextRetryDelay().count(), 0) << "no timed retries without subscriptions";
-    EXPECT_EQ(client.trySubscribeBurndown(), 30);
-
-    ASSERT_TRUE(daemons.startSettingsd());
     EXPECT_TRUE(read().value_or(QVariantMap()).contains(QStringLiteral("quiven-system-ruleset-in-use")));
-}
-
-TEST_F(DaemonIntegration, SubscriptionsOfAClientThatLeftTheBusAreDropped)
-{
-    {
-        QDBusConnection leaving = bus.connect(QStringLiteral("leaving"));
-        NVCQUIVENClient client(leaving, NVCNamespace(QString()));
-        ASSERT_TRUE(waitUntil([&] {
-            return client.isSubscriptionAlive(QStringLiteral("NVCQUIVENClientTerminationProtocol"));
-        }));
-        client.shutdownWithoutUnsubscribe();
-        QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
-    }
-    EXPECT_TRUE(daemons.filterd().waitForOutput("left the bus; dropped 1 subscriptions"))
-        << daemons.filterd().output().data();
-    daemons.filterd().terminate();
-    EXPECT_TRUE(daemons.filterd().output().contains("terminating; telling 0 subscribers"))
-        << daemons.filterd().output().data();
 }
 
 TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
 {
     NVCSettingsPrivilegedClient client(connection, NVCNamespace(QString()));
-    EXPECT_TRUE(client.systemSettings().isEmpty());
     ASSERT_EQ(answerOf<bool>([&](auto done) { client.startListenersWithReply(done); }), true);
-    EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
     client.setupSettingsNotification();
 
-    std::vector<int> order;
-    client.addSettingsUpdateCallback([&](const QVariantMap &, const QVariantMap &) { order.push_back(1); });
-    client.addSettingsUpdateCallback([&](const QVariantMap &, const QVariantMap &) { order.push_back(2); });
+    int updates = 0;
+    client.addSettingsUpdateCallback([&](const QVariantMap &, const QVariantMap &) { ++updates; });
 
     int unanswered = 0;
     client.setQUIVENLearningMode(true, std::nullopt, [&](const QDBusError &) { ++unanswered; });
@@ -210,17 +151,12 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
     };
     EXPECT_EQ(errorOf([&](auto done) { client.setQUIVENSystemRuleSet(2, QByteArray(32, 'a'), done); }),
               QString());
-    ASSERT_TRUE(waitUntil([&] { return order.size() == 2; }));
-    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+    ASSERT_TRUE(waitUntil([&] { return updates == 1; }));
     EXPECT_EQ(client.systemSettings().value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 2);
     EXPECT_EQ(unanswered, 0);
 
-    // The holder setters send the holder they are given and report like the others.
+    // The holder setters send the holder they are given.
     const auto utility = std::make_shared<NVCAuthorization>(connection);
-    EXPECT_EQ(errorOf([&](auto done) {
-                  client.setQUIVENAdvancedMode(true, *NVCAuthorizationHolder::withEmptyAuthorization(), done);
-              }),
-              QStringLiteral("com.norvalis.Error.InvalidArgument"));
     EXPECT_EQ(errorOf([&](auto done) {
                   client.setQUIVENNonAdminCanSaveRules(
                       true,
@@ -232,21 +168,97 @@ TEST_F(DaemonIntegration, SettingsClientCachesAndFollowsChanges)
     ASSERT_TRUE(waitUntil([&] {
         return client.systemSettings().value(QStringLiteral("quiven-policy-save-no-admins")).toBool();
     }));
+}
 
-    // The setting survives a restart of the daemon.
-    daemons.settingsd().terminate();
-    ASSERT_TRUE(daemons.startSettingsd());
-    const auto reread = answerOf<QVariantMap>([&](auto done) { client.getSystemSettingsWithReply(done); });
-    EXPECT_EQ(reread.value_or(QVariantMap()).value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(),
-              2);
+TEST_F(DaemonIntegration, CallBackSetUpRunsOnceForEachDaemonProcessAndAnAdoptedLinkRunsNoHandlers)
+{
+    LogCapture log;
+    NVCQUIVENRuleClient client(connection, NVCNamespace(QString()));
+    client.setRetryDelays(milliseconds(50), milliseconds(50));
+    int setUps = 0;
+    client.subscribeToUpdateWithProtocol(kPolicyChanged, [&] { ++setUps; });
+    const std::unique_ptr<NVCServiceClient> adopted =
+        NVCServiceClient::withXpcConnection(connection,
+                                            {QStringLiteral("com.norvalis.nrquivend"),
+                                             QDBusObjectPath(QStringLiteral("/com/norvalis/nrquivend"))},
+                                            QStringLiteral("NVCQUIVENDaemonProtocol"));
+    EXPECT_TRUE(adopted->isConnected());
+    int handled = 0;
+    adopted->setInterruptionHandler([&] { ++handled; });
+    adopted->setInvalidationHandler([&] { ++handled; });
+    adopted->setReconnectionHandler([&] { ++handled; });
+    adopted->subscribeToUpdateWithProtocol(kTermination);
+    // A protocol this client cannot resolve is reported when the daemon calls back on it.
+    NVCServiceClient bare(connection, QStringLiteral("com.norvalis.nrquivend"),
+                          QStringLiteral("NVCQUIVENDaemonRuleProtocol"), NVCNamespace(QString()));
+    bare.subscribeToUpdateWithProtocol(kPolicyChanged);
+    ASSERT_TRUE(waitUntil([&] {
+        return client.isSubscriptionAlive(kPolicyChanged) && adopted->isSubscriptionAlive(kTermination) &&
+               bare.isSubscriptionAlive(kPolicyChanged);
+    }));
+    EXPECT_EQ(setUps, 0) << "set up when the daemon connects back, not when subscribing";
+    EXPECT_FALSE(log.contains("could not resolve protocol"));
+    ASSERT_TRUE(save(client) && save(client));
+    EXPECT_EQ(setUps, 1);
+    EXPECT_TRUE(log.waitFor("Error: could not resolve protocol NVCQUIVENPolicyChangedProtocol"))
+        << log.dump();
 
-    // Without a bus the holder setters still answer, with the connection's error.
+    daemons.filterd().kill9();
+    ASSERT_TRUE(waitUntil([&] { return !client.isSubscriptionAlive(kPolicyChanged); }));
+    EXPECT_EQ(handled, 0);
+    EXPECT_TRUE(adopted->isConnected());
+    EXPECT_EQ(adopted->nextRetryDelay().count(), 0);
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kPolicyChanged); }));
+    ASSERT_TRUE(save(client));
+    EXPECT_EQ(setUps, 2);
+}
+
+TEST_F(DaemonIntegration, CallsFromAWorkerThreadAnswerWatchAndFailOnTheOwnerThread)
+{
+    LogCapture log;
+    NVCSettingsClient settings(connection, NVCNamespace(QString()));
+    std::optional<QThread *> replyThread;
+    // A thread without an event loop, gone before the answer comes, makes the link.
+    std::thread([&] {
+        settings.getSystemSettingsWithReply(
+            [&](const QVariantMap &, const QDBusError &) { replyThread = QThread::currentThread(); });
+    }).join();
+    ASSERT_TRUE(waitUntil([&] { return replyThread.has_value(); }));
+    EXPECT_EQ(*replyThread, QThread::currentThread());
+    daemons.settingsd().kill9();
+    EXPECT_TRUE(waitUntil([&] { return !settings.isConnected(); })) << "the daemon's exit went unnoticed";
+
+    NVCQUIVENClient client(connection, NVCNamespace(QString()));
+    // Slow retries: the schedule itself must not run during the test.
+    client.setRetryDelays(seconds(30), seconds(30));
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(kTermination); }));
+    QThread *const owner = QThread::currentThread();
+    std::atomic<int> handled = 0, handledElsewhere = 0;
+    client.setInvalidationHandler([&] {
+        ++handled;
+        handledElsewhere += QThread::currentThread() != owner;
+    });
     bus.stop();
-    EXPECT_NE(errorOf([&](auto done) {
-                  client.setQUIVENAdvancedMode(false, *NVCAuthorizationHolder::withEmptyAuthorization(),
-                                               done);
-              }),
-              QString());
+    ASSERT_TRUE(waitUntil([&] { return handled == 1 && !client.isConnected(); }));
+    const int burndown = client.trySubscribeBurndown();
+
+    std::optional<qint64> status;
+    QThread *statusThread = nullptr;
+    std::thread([&] {
+        client.getQUIVENFilterStatusWithCallback([&](qint64 value) {
+            statusThread = QThread::currentThread();
+            status = value;
+        });
+    }).join();
+    ASSERT_TRUE(waitUntil([&] { return status.has_value() && handled == 2; }));
+    EXPECT_EQ(*status, 0);
+    EXPECT_EQ(statusThread, QThread::currentThread());
+    EXPECT_EQ(handledElsewhere, 0);
+    // The retry was scheduled, on a timer of the owner thread.
+    EXPECT_EQ(client.trySubscribeBurndown(), burndown - 1);
+    EXPECT_EQ(client.nextRetryDelay(), milliseconds(seconds(30)));
+    EXPECT_FALSE(log.contains(QStringLiteral("another thread"))) << log.dump();
 }
 
 } // namespace

@@ -21,7 +21,6 @@ const QString kFilter = QStringLiteral("com.norvalis.nrquivend");
 const QString kSettings = QStringLiteral("com.norvalis.nrsettingsd");
 const QString kNotAuthorized = QStringLiteral("com.norvalis.Error.NotAuthorized");
 const QString kInvalid = QStringLiteral("com.norvalis.Error.InvalidArgument");
-const QString kUnknownMethod = QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod");
 const QByteArray kSavedRules = "allow path \"/home/ann/kept\" \"any\" r \"\" \"\" \"0\"\n";
 
 QDBusMessage methodCall(const QString &service, const char *interface, const char *member,
@@ -40,13 +39,12 @@ QDBusMessage saveCall(const QList<QVariantMap> &policyRules, const QByteArray &t
                       {QVariant::fromValue(QList<QVariantMap>()), QVariant::fromValue(policyRules), token});
 }
 
-QVariantMap ruleArchive(const QString &path, const QString &tag = QString())
+QVariantMap ruleArchive(const QString &path)
 {
     auto rule = std::make_shared<PolicyRule>();
     rule->path = path;
     rule->processName = QStringLiteral("any");
     rule->operations = 1;
-    rule->tag = tag;
     return quiven::dbus::archivePolicyRules({rule}).constFirst();
 }
 
@@ -91,33 +89,56 @@ protected:
         return quiven::test::runProgram(daemons.bus(), probe, arguments, true).fields.join(u' ');
     }
 
-    // A round trip to each daemon that also tells nothing changed.
-    void expectBothServingUnchanged()
-    {
-        const QDBusMessage status = connection.call(
-            methodCall(kFilter, "NVCQUIVENDaemonProtocol", "getQUIVENFilterStatusWithCallback"));
-        EXPECT_EQ(status.arguments().value(0).toLongLong(), 1);
-        const QDBusMessage reply =
-            connection.call(methodCall(kSettings, "nrsettingsdProtocol", "getSystemSettingsWithReply"));
-        const auto settings = qdbus_cast<QVariantMap>(reply.arguments().value(0));
-        EXPECT_EQ(settings.value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
-        EXPECT_FALSE(settings.value(QStringLiteral("quiven-learning-mode")).toBool());
-        EXPECT_EQ(daemons.userFile(), kSavedRules);
-    }
-
     DaemonStack daemons;
     QDBusConnection connection{QString()};
 };
 
-TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
+TEST_F(DaemonHardening, UnauthorizedMalformedOrForgedCallsGetTypedErrorsAndChangeNothing)
 {
+    const QByteArray granted = token();
+    const QString rootsToken = QString::fromLatin1(granted.toHex());
+    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
+    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
     // Outside the active session: no reload, agent or suggestion log.
     for (const char *call : {"reload", "register", "delete-failsafe"})
         EXPECT_EQ(asStranger({QString::fromLatin1(call)}), kNotAuthorized) << call;
+
+    NVCAuthorization authorization(connection);
+    AuthorizationRef revoked;
+    ASSERT_EQ(authorization.create(&revoked, QString()), errAuthorizationSuccess);
+    const QByteArray revokedToken = revoked->token();
+    authorization.destroy(&revoked);
+    const auto learningMode = [](const QVariantMap &holder) {
+        return methodCall(kSettings, "nrsettingsdAuthorizedProtocol",
+                          "setQUIVENLearningModeWithAuthorization", {holder, true});
+    };
+    const QString injected = QStringLiteral("/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0");
+    const std::tuple<const char *, QDBusMessage, QString> cases[] = {
+        {"revoked", learningMode(holderOf(revokedToken)), kNotAuthorized},
+        {"forged", learningMode(holderOf(QByteArray(32, 'x'))), kNotAuthorized},
+        {"empty holder", learningMode(NVCAuthorizationHolder::withEmptyAuthorization()->archive()), kInvalid},
+        {"mistyped holder", learningMode(holderOf(5)), kInvalid},
+        {"wrong types",
+         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
+                    {QStringLiteral("x"), 7, granted}),
+         QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")},
+        {"no authorization", saveCall({ruleArchive(QStringLiteral("/a"))}, QByteArray()), kNotAuthorized},
+        {"too many records, unauthorized", saveCall(QList<QVariantMap>(100001), QByteArray()), kInvalid},
+        {"a rule smuggled in through a path", saveCall({ruleArchive(injected)}, granted), kInvalid},
+        {"negative ruleset",
+         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
+                    {holderOf(granted), ~0ull}),
+         kInvalid},
+    };
+    for (const auto &[what, call, error] : cases)
+        EXPECT_EQ(errorOf(call), error) << what;
+
     EXPECT_TRUE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
+    daemons.writeSharedFile(QStringLiteral("failsafe.rc.strict"), kSavedRules);
     EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "deleteFailsafeLog")),
               QStringLiteral("ok"));
-    EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc"));
+    EXPECT_FALSE(QFile::exists(daemons.sharedFolder() + "failsafe.rc") ||
+                 QFile::exists(daemons.sharedFolder() + "failsafe.rc.strict"));
 
     // Switching the filter needs the administrator: here the prompt refuses everyone.
     daemons.authority().terminate();
@@ -125,129 +146,46 @@ TEST_F(DaemonHardening, CallsWithoutAuthorizationAskAboutTheCaller)
     EXPECT_EQ(asStranger({QStringLiteral("enable"), QStringLiteral("false")}), kNotAuthorized);
     EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "setQUIVENEnabled", {false, false})),
               kNotAuthorized);
-    expectBothServingUnchanged();
-}
-
-TEST_F(DaemonHardening, ForeignForgedOrRevokedAuthorizationChangesNothing)
-{
-    const QString rootsToken = QString::fromLatin1(token().toHex());
-    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
-    EXPECT_EQ(asStranger({QStringLiteral("save")}), kNotAuthorized);
-    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
-
-    NVCAuthorization authorization(connection);
-    AuthorizationRef revoked;
-    ASSERT_EQ(authorization.create(&revoked, QString()), errAuthorizationSuccess);
-    const QByteArray revokedToken = revoked->token();
-    authorization.destroy(&revoked);
-    const std::pair<QVariantMap, QString> holders[] = {
-        {holderOf(revokedToken), kNotAuthorized},
-        {holderOf(QByteArray(32, 'x')), kNotAuthorized},
-        {NVCAuthorizationHolder::withEmptyAuthorization()->archive(), kInvalid},
-        {QVariantMap(), kInvalid},
-    };
-    for (const auto &[holder, error] : holders)
-        EXPECT_EQ(errorOf(methodCall(kSettings, "nrsettingsdAuthorizedProtocol",
-                                     "setQUIVENLearningModeWithAuthorization", {holder, true})),
-                  error);
-    expectBothServingUnchanged();
-}
-
-TEST_F(DaemonHardening, MalformedCallsGetTypedErrorsAndChangeNothing)
-{
-    const QByteArray granted = token();
-    QVariantMap mistyped = ruleArchive(QStringLiteral("/a"));
-    mistyped.insert(QStringLiteral("policyClass"), QStringLiteral("allow"));
-    const QVariantMap badDecision{{QStringLiteral("decision"), QStringLiteral("allow")}};
-    const QString injected = QStringLiteral("/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0");
-    struct Case
-    {
-        const char *what;
-        QDBusMessage call;
-        QString error;
-    };
-    const Case cases[] = {
-        {"wrong types",
-         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules",
-                    {QStringLiteral("x"), 7, granted}),
-         kUnknownMethod},
-        {"too few arguments",
-         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "setUserWatchRules", {granted}), kUnknownMethod},
-        {"endpoint not a struct",
-         methodCall(kFilter, "NVCServiceClientSubscriptionProtocol", "subscribeToChangesWithProtocol",
-                    {QStringLiteral("NVCQUIVENPolicyChangedProtocol"), QStringLiteral("/x")}),
-         kUnknownMethod},
-        {"mistyped override",
-         methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",
-                    {badDecision, QVariantMap(), QByteArray()}),
-         kInvalid},
-        {"no authorization", saveCall({ruleArchive(QStringLiteral("/a"))}, QByteArray()), kNotAuthorized},
-        {"too many records, unauthorized", saveCall(QList<QVariantMap>(100001), QByteArray()), kInvalid},
-        {"mistyped key", saveCall({mistyped}, granted), kInvalid},
-        {"oversized path", saveCall({ruleArchive(QString(5000, u'a'))}, granted), kInvalid},
-        {"a rule smuggled in through a path", saveCall({ruleArchive(injected)}, granted), kInvalid},
-        {"ruleset out of range",
-         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
-                    {holderOf(granted), 3ull}),
-         kInvalid},
-        {"negative ruleset",
-         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENSystemRuleSetWithAuthorization",
-                    {holderOf(granted), ~0ull}),
-         kInvalid},
-        {"mistyped holder",
-         methodCall(kSettings, "nrsettingsdAuthorizedProtocol", "setQUIVENLearningModeWithAuthorization",
-                    {holderOf(5), true}),
-         kInvalid},
-    };
-    for (const Case &c : cases)
-        EXPECT_EQ(errorOf(c.call), c.error) << c.what;
-    expectBothServingUnchanged();
-
-    // A quote in a tag is dropped on writing, so the rule is taken.
+    // Both daemons still serve, with nothing changed.
     EXPECT_EQ(
-        errorOf(saveCall({ruleArchive(QStringLiteral("/home/ann/t"), QStringLiteral("a \"b\" c"))}, granted)),
-        QStringLiteral("ok"));
-    EXPECT_TRUE(daemons.userFile().contains("\"a b c\""));
+        connection.call(methodCall(kFilter, "NVCQUIVENDaemonProtocol", "getQUIVENFilterStatusWithCallback"))
+            .arguments()
+            .value(0),
+        1);
+    const auto settings = qdbus_cast<QVariantMap>(
+        connection.call(methodCall(kSettings, "nrsettingsdProtocol", "getSystemSettingsWithReply"))
+            .arguments()
+            .value(0));
+    EXPECT_EQ(settings.value(QStringLiteral("quiven-system-ruleset-in-use")).toInt(), 0);
+    EXPECT_FALSE(settings.value(QStringLiteral("quiven-learning-mode")).toBool());
+    EXPECT_EQ(daemons.userFile(), kSavedRules);
 }
 
-TEST_F(DaemonHardening, SaveRefusesToWriteThroughASymbolicLink)
+TEST_F(DaemonHardening, SymbolicLinksSubscriptionFloodsAndForgedLogLinesAreRefused)
 {
     const QString victim = daemons.systemFolder() + "victim.rc";
     daemons.writeSystemFile(QStringLiteral("victim.rc"), "victim\n");
     const QString userFile = daemons.sharedFolder() + "local.quiven.rc";
     ASSERT_TRUE(QFile::remove(userFile) && QFile::link(victim, userFile));
-
-    const QDBusMessage reply =
-        connection.call(saveCall({ruleArchive(QStringLiteral("/home/ann/new"))}, token()));
-    EXPECT_EQ(reply.errorName(), QStringLiteral("com.norvalis.Error.Failed"));
-    EXPECT_TRUE(reply.errorMessage().contains(QStringLiteral("symbolic link")));
-    EXPECT_TRUE(daemons.filterd().waitForOutput("symbolic link"));
+    EXPECT_EQ(errorOf(saveCall({ruleArchive(QStringLiteral("/home/ann/new"))}, token())),
+              QStringLiteral("com.norvalis.Error.Failed"));
     EXPECT_EQ(readFile(victim), "victim\n");
     EXPECT_TRUE(QFileInfo(userFile).isSymLink());
-}
 
-TEST_F(DaemonHardening, SubscriptionsPerConnectionAreCapped)
-{
     const auto subscribe = [&](const char *protocol, int index) {
         const NVCListenerEndpoint endpoint{connection.baseService(),
                                            QDBusObjectPath(QStringLiteral("/s/%1").arg(index))};
-        return connection
-            .call(methodCall(kFilter, "NVCServiceClientSubscriptionProtocol",
-                             "subscribeToChangesWithProtocol",
-                             {QString::fromLatin1(protocol), QVariant::fromValue(endpoint)}))
-            .arguments()
-            .value(0)
-            .toBool();
+        const QDBusMessage call =
+            methodCall(kFilter, "NVCServiceClientSubscriptionProtocol", "subscribeToChangesWithProtocol",
+                       {QString::fromLatin1(protocol), QVariant::fromValue(endpoint)});
+        return connection.call(call).arguments().value(0).toBool();
     };
     for (int index = 0; index < 32; ++index)
         ASSERT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", index)) << index;
     EXPECT_FALSE(subscribe("NVCQUIVENPolicyChangedProtocol", 32));
     EXPECT_TRUE(subscribe("NVCQUIVENPolicyChangedProtocol", 0)); // again: nothing new to hold
     EXPECT_TRUE(subscribe("NVCQUIVENClientTerminationProtocol", 0));
-}
 
-TEST_F(DaemonHardening, CallerTextCannotForgeLogLines)
-{
     NVCUserPolicyResponse response;
     response.path = QStringLiteral("/tmp/x\n00:00:00.000 info com.norvalis.FilterDaemon: filter disabled");
     EXPECT_EQ(errorOf(methodCall(kFilter, "NVCQUIVENDaemonRuleProtocol", "createOverrideRuleWith",

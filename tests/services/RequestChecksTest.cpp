@@ -20,57 +20,42 @@ QList<QVariantMap> policyArchive(const std::function<void(PolicyRule &)> &fill)
     return quiven::dbus::archivePolicyRules({rule});
 }
 
-TEST(RuleAdmission, RefusesEveryLineSeparatorAndQuoteNamingTheField)
+TEST(RuleAdmission, RefusesLineSeparatorsQuotesAndLongTextsNamingTheField)
 {
-    const QList<QChar> separators{u'\n', u'\v', u'\f', u'\r', QChar(0x85), QChar(0x2028), QChar(0x2029)};
-    struct Field
-    {
-        const char *name;
-        QString PolicyRule::*member;
-        bool quoteRefused;
+    const auto admit = [](const std::function<void(PolicyRule &)> &fill) {
+        QString error;
+        return quiven::filterd::admitRules({}, policyArchive(fill), &error) ? QStringLiteral("admitted")
+                                                                            : error;
     };
-    const Field fields[] = {{"path", &PolicyRule::path, true},
-                            {"process", &PolicyRule::processName, true},
-                            {"constraint", &PolicyRule::constraint, true},
-                            {"tag", &PolicyRule::tag, false}};
-    for (const Field &field : fields) {
-        QList<QChar> refused = separators;
-        if (field.quoteRefused)
-            refused << u'"';
-        for (const QChar c : refused) {
-            QString error;
-            const auto admitted = quiven::filterd::admitRules(
-                {}, policyArchive([&](PolicyRule &rule) { rule.*field.member = u"a" + QString(c) + u"b"; }),
-                &error);
-            EXPECT_FALSE(admitted) << field.name << " U+" << std::hex << int(c.unicode());
-            EXPECT_TRUE(error.contains(QLatin1String(field.name))) << error.toStdString();
+    const std::pair<const char *, QString PolicyRule::*> fields[] = {{"path", &PolicyRule::path},
+                                                                     {"process", &PolicyRule::processName},
+                                                                     {"constraint", &PolicyRule::constraint},
+                                                                     {"tag", &PolicyRule::tag}};
+    for (const auto &[name, member] : fields) {
+        // A quote is kept out of every quoted field; the tag drops it on writing.
+        for (const QChar c : {QChar(u'\n'), QChar(u'\v'), QChar(u'\f'), QChar(u'\r'), QChar(0x85),
+                              QChar(0x2028), QChar(0x2029), QChar(u'"')}) {
+            const QString answer = admit([&](PolicyRule &rule) { rule.*member = u"a" + QString(c) + u"b"; });
+            if (c == u'"' && member == &PolicyRule::tag)
+                EXPECT_EQ(answer, QStringLiteral("admitted"));
+            else
+                EXPECT_TRUE(answer.contains(QLatin1String(name)))
+                    << name << " U+" << std::hex << int(c.unicode());
         }
     }
-    QString error;
-    EXPECT_TRUE(quiven::filterd::admitRules(
-        {}, policyArchive([](PolicyRule &rule) { rule.tag = QStringLiteral("say \"hi\"\tthere"); }), &error))
-        << error.toStdString();
-}
-
-TEST(RuleAdmission, RefusesTextsBeyondTheCap)
-{
     using quiven::filterd::kMaxRuleTextLength;
-    QString error;
-    EXPECT_TRUE(quiven::filterd::admitRules(
-        {}, policyArchive([](PolicyRule &rule) { rule.path = QString(kMaxRuleTextLength, u'a'); }), &error));
-    EXPECT_FALSE(quiven::filterd::admitRules({}, policyArchive([](PolicyRule &rule) {
-                                                 rule.processShortName =
-                                                     QString(kMaxRuleTextLength + 1, u'a');
-                                             }),
-                                             &error));
+    EXPECT_EQ(admit([](PolicyRule &rule) { rule.path = QString(kMaxRuleTextLength, u'a'); }),
+              QStringLiteral("admitted"));
+    EXPECT_NE(admit([](PolicyRule &rule) { rule.processShortName = QString(kMaxRuleTextLength + 1, u'a'); }),
+              QStringLiteral("admitted"));
 }
 
 TEST(LogEscaping, ControlCharactersCannotStartALine)
 {
     using quiven::logging::escapeControlCharacters;
-    EXPECT_EQ(escapeControlCharacters(QStringLiteral("a\nb\rc\td")), QStringLiteral("a\\nb\\rc\\td"));
-    EXPECT_EQ(escapeControlCharacters(QStringLiteral("x") + QChar(0x2028) + QChar(0x1b) + QChar(0x85)),
-              QStringLiteral("x\\u2028\\u001b\\u0085"));
+    EXPECT_EQ(
+        escapeControlCharacters(QStringLiteral("a\nb\rc\td") + QChar(0x2028) + QChar(0x1b) + QChar(0x85)),
+        QStringLiteral("a\\nb\\rc\\td\\u2028\\u001b\\u0085"));
     EXPECT_EQ(escapeControlCharacters(QStringLiteral("/home/änn/ok")), QStringLiteral("/home/änn/ok"));
 }
 
@@ -79,37 +64,25 @@ TEST(CallerIdentity, NoIdentityForACallerThatHasLeft)
     PrivateSystemBus bus;
     ASSERT_TRUE(bus.isRunning()) << bus.errorText().toStdString();
     const QDBusConnection daemon = bus.connect(QStringLiteral("daemon"));
-    QString departed;
-    {
-        const QDBusConnection caller = bus.connect(QStringLiteral("caller"));
-        departed = caller.baseService();
-        ASSERT_EQ(quiven::service::callerUid(daemon, departed), ::getuid());
-        QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
-    }
-    // The bus drops the name once the connection is gone; the lookup then fails instead of giving 0.
+    const QString departed = bus.connect(QStringLiteral("caller")).baseService();
+    ASSERT_EQ(quiven::service::callerUid(daemon, departed), ::getuid());
+    QDBusConnection::disconnectFromBus(QStringLiteral("caller"));
+    // The lookup fails instead of giving 0 (root).
     ASSERT_TRUE(bus.waitForNameGone(departed));
     EXPECT_EQ(quiven::service::callerUid(daemon, departed), std::nullopt);
 }
 
 TEST(SystemBusAddress, TellsTheMachinesSystemBusFromPrivateOnes)
 {
-    struct Case
-    {
-        const char *address;
-        bool real;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, bool> cases[] = {
         {"", true},
-        {"  ", true},
-        {"unix:path=/run/dbus/system_bus_socket", true},
         {"unix:path=/var/run/dbus/system_bus_socket", true},
         {"tcp:host=localhost,port=1;unix:path=/run/dbus/system_bus_socket", true},
         {"unix:path=/tmp/bus/run/dbus/system_bus_socket", false},
-        {"unix:path=/tmp/dbus-abc,guid=0123", false},
         {"unix:abstract=/tmp/dbus-xyz", false},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(c.address)), c.real) << c.address;
+    for (const auto &[address, real] : cases)
+        EXPECT_EQ(quiven::service::isMachineSystemBus(QString::fromLatin1(address)), real) << address;
 }
 
 } // namespace
