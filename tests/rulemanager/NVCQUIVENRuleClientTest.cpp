@@ -61,7 +61,7 @@ protected:
     std::unique_ptr<NVCQUIVENRuleClient> client;
 };
 
-TEST_F(RuleClient, TwoListenersShareOneSubscriptionThatEndsWithTheLastListener)
+TEST_F(RuleClient, ListenersShareOneSubscriptionAndTheClientOutlivesADaemonRestart)
 {
     QStringList journal;
     RecordingListener first(&journal, QStringLiteral("first"));
@@ -77,22 +77,6 @@ TEST_F(RuleClient, TwoListenersShareOneSubscriptionThatEndsWithTheLastListener)
     ASSERT_TRUE(waitUntil([&] { return journal.size() >= 2; }));
     ASSERT_TRUE(filterRoundTrip(connection));
     EXPECT_EQ(journal, (QStringList{"first:1/1", "second:1/1"}));
-
-    client->removePolicyListener(&first);
-    EXPECT_TRUE(client->endpointForProtocol(protocol));
-    client->removePolicyListener(&second);
-    EXPECT_FALSE(client->endpointForProtocol(protocol));
-    EXPECT_EQ(client->policyListenerCount(), 0);
-
-    journal.clear();
-    ASSERT_TRUE(save());
-    ASSERT_TRUE(filterRoundTrip(connection));
-    EXPECT_TRUE(journal.isEmpty());
-}
-
-TEST_F(RuleClient, ReadsTheSavedUserRulesetAndSurvivesTheDaemonsTerminateEvent)
-{
-    ASSERT_TRUE(save());
     // Written through a temporary file that is renamed, so nothing else is left behind.
     EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files), QStringList{"local.quiven.rc"});
     QStringList paths;
@@ -106,6 +90,15 @@ TEST_F(RuleClient, ReadsTheSavedUserRulesetAndSurvivesTheDaemonsTerminateEvent)
         {});
     ASSERT_TRUE(waitUntil([&] { return !paths.isEmpty(); }));
     EXPECT_EQ(paths, (QStringList{"/etc/", "/home/ann/a"}));
+
+    client->removePolicyListener(&first);
+    EXPECT_TRUE(client->endpointForProtocol(protocol));
+    client->removePolicyListener(&second);
+    EXPECT_FALSE(client->endpointForProtocol(protocol));
+    journal.clear();
+    ASSERT_TRUE(save());
+    ASSERT_TRUE(filterRoundTrip(connection));
+    EXPECT_TRUE(journal.isEmpty());
 
     // A stopping daemon tells terminate subscribers to go quiet; this client is not one of them.
     daemons.filterd().terminate();

