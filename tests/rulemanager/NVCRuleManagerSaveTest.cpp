@@ -1,4 +1,5 @@
 #include "DaemonStack.h"
+#include "LogCapture.h"
 #include "NVCRuleManager.h"
 #include "NVCSettingsClient.h"
 #include "RoundTrip.h"
@@ -135,8 +136,9 @@ TEST_F(RuleManagerSave, CancelledAuthorizationSendsNothing)
     EXPECT_FALSE(daemons.userFile().contains("/home/ann/refused"));
 }
 
-TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndADaemonRestartLosesOnlyTheSaveInFlight)
+TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndSurviveADaemonRestartButNotALostBus)
 {
+    LogCapture log;
     // Any question to the authority would be refused.
     start(QStringLiteral("deny"), true);
     const Authorization authorization = authorize();
@@ -166,6 +168,22 @@ TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndADaemonRestartLosesOnl
     EXPECT_FALSE(lostFinalized);
     EXPECT_TRUE(daemons.userFile().contains("/home/ann/restart"));
     EXPECT_FALSE(daemons.authority().output().contains("Refused"));
+    // The manager names only its own step; the window names the activity.
+    EXPECT_TRUE(log.contains("Saving user rules to daemon"));
+    EXPECT_FALSE(log.contains("QUIVEN user policy")) << log.dump();
+
+    // Without a bus a save is not dropped: it fails on the connection-error path, as a read does.
+    daemons.bus().stop();
+    const qsizetype errorsBefore = log.count("XPC error: ");
+    finalized = false;
+    manager->saveUserRulesWithAuthorizationExtRef({}, errAuthorizationSuccess, [&] { finalized = true; });
+    EXPECT_TRUE(waitUntil([&] { return log.count("XPC error: ") > errorsBefore; })) << log.dump();
+    const auto failure = answerOf<QDBusError>([&](auto done) {
+        manager->quivenClient()->getUserRuleset(
+            [](const QList<WatchRulePtr> &, const QList<PolicyRulePtr> &) {}, done);
+    });
+    EXPECT_EQ(failure.value_or(QDBusError()).type(), QDBusError::Disconnected);
+    EXPECT_FALSE(finalized);
 }
 
 } // namespace
