@@ -47,26 +47,3 @@ QString RuleFolder::path(const QString &relativePath) const
 {
     return relativePath.isEmpty() ? m_dir.path() + QLatin1Char('/') : m_dir.filePath(relativePath);
 }
-
-QStringList ruleTexts(const QJsonArray &rules)
-{
-    QStringList texts;
-    for (const QJsonValue &rule : rules)
-        texts << rule[QStringLiteral("text")].toString();
-    return texts;
-}
-
-void PrintTo(const QString &text, std::ostream *os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
-
-void PrintTo(const QStringList &list, std::ostream *os)
-{
-    *os << QJsonDocument(QJsonArray::fromStringList(list)).toJson(QJsonDocument::Compact).toStdString();
-}
-
-void PrintTo(const QJsonValue &value, std::ostream *os)
-{
-    *os << QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact).toStdString();
-}

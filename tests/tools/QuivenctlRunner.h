@@ -7,7 +7,6 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 #include <QTemporaryDir>
-#include <ostream>
 
 // Runs the built quivenctl with arguments, standard input and environment,
 // and keeps what it printed.
@@ -34,11 +33,3 @@ public:
 private:
     QTemporaryDir m_dir;
 };
-
-// Readable values in assertion messages.
-void PrintTo(const QString &text, std::ostream *os);
-void PrintTo(const QStringList &list, std::ostream *os);
-void PrintTo(const QJsonValue &value, std::ostream *os);
-
-// The "text" field of every rule in a JSON array, in order.
-QStringList ruleTexts(const QJsonArray &rules);
