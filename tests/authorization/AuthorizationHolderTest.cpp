@@ -33,11 +33,9 @@ const QByteArray kToken =
 TEST(AuthorizationRefHolder, MissingOrUnconfirmedReferenceFailsTheCheckAndTheUpdate)
 {
     auto utility = unreachableAuthority();
-    const std::tuple<AuthorizationRef, int, int> cases[] = {
-        {nullptr, 101, 101},
-        {utility->authorizationWithData(kToken, nullptr), 102, 103},
-    };
-    for (const auto &[reference, checkCode, updateCode] : cases) {
+    for (const auto &[reference, checkCode, updateCode] :
+         {std::tuple{AuthorizationRef(), 101, 101},
+          std::tuple{utility->authorizationWithData(kToken, nullptr), 102, 103}}) {
         auto holder = NVCAuthorizationHolder::withAuthorization(reference, utility);
         EXPECT_EQ(check(*holder).error->code, checkCode);
         std::optional<NVCAuthError> error;

@@ -109,13 +109,9 @@ QMap<QString, QString> exportsOf(const QByteArray &output)
 TEST_F(ServicesScript, StartRunsTheDaemonsAndStopLeavesNothingBehind)
 {
     // A dead run's state must not block the start; pid 1 runs something else and is left alone.
-    const QString staleRoot = roots() + QStringLiteral("/quiven-services.stale");
-    ASSERT_TRUE(QDir().mkpath(staleRoot + QStringLiteral("/shared")));
-    ASSERT_TRUE(writeFile(stateFile(), "root " + staleRoot.toUtf8() + "\npid 1 dbus-daemon\n"));
-
+    ASSERT_TRUE(writeFile(stateFile(), "pid 1 dbus-daemon\n"));
     const ScriptRun started = start();
     ASSERT_EQ(started.exitCode, 0) << started.err.toStdString();
-    EXPECT_FALSE(QFile::exists(staleRoot));
     EXPECT_TRUE(running(1));
     const QList<qint64> pids = recordedPids();
     ASSERT_EQ(pids.size(), 4);
