@@ -50,9 +50,31 @@ protected:
     std::unique_ptr<NVCRuleManager> manager;
 };
 
-TEST_F(RuleManagerLoad, SettingsChooseTheBaseRulesetAndUnreachableSettingsAddNothing)
+TEST_F(RuleManagerLoad, LoadsMergeTheRulesetTheSettingsChooseWithTheDaemonsUserRules)
 {
+    daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::rulesetInUseKey), 1}});
+    // The preferences turn the camera rules off and, being read, outrank the
+    // classic ruleset's `set policy.global.user 2`.
+    daemons.writeSharedFile(QStringLiteral("com.norvalis.QUIVEN.preferences.plist"),
+                            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                            "<key>policy.global.webcam</key><integer>2</integer></dict></plist>\n");
+    daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
+                            ruleLine("allow", "/home/ann/notes") +
+                                "watch prefix \"/etc/\" \"any\" wc \"configuration changes\"\n");
     start();
+
+    ASSERT_EQ(answerOf<bool>([&](auto done) { manager->loadSystemRuleSetWithCallback(done); }), true)
+        << daemons.failureText().toStdString();
+    EXPECT_EQ(rulePaths(*manager, true),
+              (QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/user"}));
+    EXPECT_EQ(rulePaths(*manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
+
+    // A reload starts from scratch instead of stacking a second copy.
+    ASSERT_TRUE(
+        answerOf<bool>([&](auto done) { manager->reloadCurrentUserConfigurationWithCallback(done); }));
+    EXPECT_EQ(manager->compositeIndex().size(), 6);
+
+    // Each base ruleset's `set` lines decide which optional files join it.
     const QStringList optional{"/opt/exec", "/opt/startup", "/opt/user", "/opt/webcam"};
     const struct
     {
@@ -81,45 +103,21 @@ TEST_F(RuleManagerLoad, SettingsChooseTheBaseRulesetAndUnreachableSettingsAddNot
         EXPECT_TRUE(rulePaths(fresh, false).isEmpty());
     }
 
+    NVCRuleManager idle(connection, NVCNamespace(QString()));
     std::optional<bool> answer;
-    manager->addFileContentsFromSettings({}, QDBusError(QDBusError::NoReply, QStringLiteral("gone")),
-                                         [&](bool added) { answer = added; });
+    idle.addFileContentsFromSettings({}, QDBusError(QDBusError::NoReply, QStringLiteral("gone")),
+                                     [&](bool added) { answer = added; });
     EXPECT_EQ(answer, std::optional<bool>(false));
-    EXPECT_TRUE(manager->compositeIndex().isEmpty());
+    EXPECT_TRUE(idle.compositeIndex().isEmpty());
     // Without the settings daemon the load never finishes.
     LogCapture log;
     daemons.settingsd().kill9();
     ASSERT_TRUE(daemons.bus().waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
     bool called = false;
-    manager->loadSystemRuleSetWithCallback([&](bool) { called = true; });
+    idle.loadSystemRuleSetWithCallback([&](bool) { called = true; });
     ASSERT_TRUE(log.waitFor(QStringLiteral("Failed to add system settings")));
     EXPECT_FALSE(called);
-    EXPECT_TRUE(manager->compositeIndex().isEmpty());
-}
-
-TEST_F(RuleManagerLoad, FullLoadMergesSystemFilesPreferencesAndTheDaemonsUserRules)
-{
-    daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::rulesetInUseKey), 1}});
-    // The preferences turn the camera rules off and, being read, outrank the
-    // classic ruleset's `set policy.global.user 2`.
-    daemons.writeSharedFile(QStringLiteral("com.norvalis.QUIVEN.preferences.plist"),
-                            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-                            "<key>policy.global.webcam</key><integer>2</integer></dict></plist>\n");
-    daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
-                            ruleLine("allow", "/home/ann/notes") +
-                                "watch prefix \"/etc/\" \"any\" wc \"configuration changes\"\n");
-    start();
-
-    ASSERT_EQ(answerOf<bool>([&](auto done) { manager->loadSystemRuleSetWithCallback(done); }), true)
-        << daemons.failureText().toStdString();
-    EXPECT_EQ(rulePaths(*manager, true),
-              (QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/user"}));
-    EXPECT_EQ(rulePaths(*manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
-
-    // A reload starts from scratch instead of stacking a second copy.
-    ASSERT_TRUE(
-        answerOf<bool>([&](auto done) { manager->reloadCurrentUserConfigurationWithCallback(done); }));
-    EXPECT_EQ(manager->compositeIndex().size(), 6);
+    EXPECT_TRUE(idle.compositeIndex().isEmpty());
 }
 
 } // namespace
