@@ -41,7 +41,7 @@ protected:
     std::unique_ptr<NVCAuthorityVerifier> verifier;
 };
 
-TEST_F(AuthorityTest, TokenLifeCycleAndMalformedRequests)
+TEST_F(AuthorityTest, TokensLiveAsTheirHoldersSayAndBelongToTheUserWhoAskedForThem)
 {
     startAuthority();
     AuthorizationRef reference = grant();
@@ -84,25 +84,8 @@ TEST_F(AuthorityTest, TokenLifeCycleAndMalformedRequests)
     std::optional<NVCAuthError> error;
     weak->checkWithReply([&](bool, const std::optional<NVCAuthError> &e) { error = e; });
     EXPECT_EQ(error->code, 102);
-}
 
-TEST_F(AuthorityTest, RefusedAndCancelledRequestsGiveNoToken)
-{
-    for (const auto &[answer, status] :
-         {std::pair{"deny", errAuthorizationDenied}, std::pair{"cancel", errAuthorizationCanceled}}) {
-        startAuthority(QString::fromLatin1(answer));
-        AuthorizationRef reference;
-        EXPECT_EQ(utility->create(&reference, QString()), status) << answer;
-        EXPECT_FALSE(reference);
-        EXPECT_EQ(utility->create(&reference, QString(), kAuthorizationFlagExtendRights), status) << answer;
-        daemons.authority().terminate();
-        ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrauthd")));
-    }
-}
-
-TEST_F(AuthorityTest, ActorReusesAnAdministratorAuthorizationUntilItLapses)
-{
-    startAuthority();
+    // The actor reuses an administrator authorization until it lapses.
     NVCAuthorizationActor actor(NVCAuthorizationActor::AdministratorAuthorization, QStringLiteral("Reason"),
                                 utility, std::chrono::milliseconds(300));
     std::vector<std::shared_ptr<NVCAuthorizationHolder>> holders;
@@ -112,11 +95,7 @@ TEST_F(AuthorityTest, ActorReusesAnAdministratorAuthorizationUntilItLapses)
     }
     EXPECT_TRUE(holders[0] && holders[0] == holders[1]);
     EXPECT_TRUE(waitUntil([&] { return actor.authorizationState() == NVCAuthorizationActor::None; }));
-}
 
-TEST_F(AuthorityTest, TokensBelongToTheUserWhoAskedForThem)
-{
-    startAuthority();
     ASSERT_TRUE(bus.allowOtherUsers());
     AuthorizationRef rootsReference = grant();
     const QString rootsToken = QString::fromLatin1(rootsReference->token().toHex());
@@ -132,13 +111,27 @@ TEST_F(AuthorityTest, TokensBelongToTheUserWhoAskedForThem)
     ASSERT_TRUE(own.ran);
     ASSERT_EQ(own.fields.value(0).toInt(), errAuthorizationSuccess);
     const QByteArray token = QByteArray::fromHex(own.fields.value(1).toLatin1());
-    const NVCAuthorityVerifier::Result verified = verifier->verify(token);
-    EXPECT_TRUE(verified.granted());
-    EXPECT_EQ(verified.uid, 65534u);
+    const NVCAuthorityVerifier::Result strangers = verifier->verify(token);
+    EXPECT_TRUE(strangers.granted());
+    EXPECT_EQ(strangers.uid, 65534u);
 
     // Only daemons may verify.
     EXPECT_NE(runProbe(bus, {QStringLiteral("verify"), own.fields.value(1)}, true).fields.value(0).toInt(),
               errAuthorizationSuccess);
+}
+
+TEST_F(AuthorityTest, RefusedAndCancelledRequestsGiveNoToken)
+{
+    for (const auto &[answer, status] :
+         {std::pair{"deny", errAuthorizationDenied}, std::pair{"cancel", errAuthorizationCanceled}}) {
+        startAuthority(QString::fromLatin1(answer));
+        AuthorizationRef reference;
+        EXPECT_EQ(utility->create(&reference, QString()), status) << answer;
+        EXPECT_FALSE(reference);
+        EXPECT_EQ(utility->create(&reference, QString(), kAuthorizationFlagExtendRights), status) << answer;
+        daemons.authority().terminate();
+        ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrauthd")));
+    }
 }
 
 TEST(AuthorityStartup, DevelopmentBackendRefusesTheRealSystemBus)
