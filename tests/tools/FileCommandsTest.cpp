@@ -15,17 +15,28 @@ QStringList field(const QJsonObject &report, const char *name)
     return values;
 }
 
-TEST(QuivenctlFiles, TokenizePrintsOneArrayPerInputLine)
+TEST(QuivenctlFiles, TokenizeWriteAndParseHandleRuleFiles)
 {
     const QuivenctlRun run = runQuivenctl({"tokenize"}, "allow path \"/a b/c\" r\n\n\"x \" \"y\"\nü \"ø\"");
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out,
               QByteArray("[\"allow\",\"path\",\"/a b/c\",\"r\"]\n[]\n[\"\",\"x y\"]\n[\"ü\",\"ø\"]\n"));
-}
 
-TEST(QuivenctlFiles, ParseReportsEachFileAndTheRowsOfTheTable)
-{
     RuleFolder folder;
+    const QByteArray rules = "watch suffix \".key\" \"any\" rw \"keys\"\n"
+                             "allow path \"/c\" \"/usr/bin/one\" w \"\" \"\" \"7\"\n";
+    const QString input = folder.write("in.rc", rules);
+    const QString out = folder.path("out.rc");
+    const QuivenctlRun written = runQuivenctl({"write", "--out", out, input});
+    ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();
+    EXPECT_EQ(readFile(out), rules);
+
+    const QString second = folder.path("second.rc");
+    const QuivenctlRun failed = runQuivenctl({"write", "--out", second, input, folder.path("missing.rc")});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_TRUE(failed.object()["error"].toString().contains("missing.rc"));
+    EXPECT_FALSE(QFile::exists(second));
+
     const QString file = folder.write("rules.rc", R"(set policy.global.webcam 2
 trace /tmp/x /usr/bin/strace
 watch prefix "/etc/" "any" w "s"
@@ -34,9 +45,9 @@ allow prefix "/Backup/" "/usr/bin/one" r "" "" "1"
 allow prefix "/Users/" "any" rw "t" "AAAAAAAAAA" "1"
 )");
     const QString missing = folder.path("missing.rc");
-    const QuivenctlRun run = runQuivenctl({"parse", "--system", "--validating", file, missing});
-    EXPECT_EQ(run.exitCode, 1);
-    const QJsonObject report = run.object();
+    const QuivenctlRun parsed = runQuivenctl({"parse", "--system", "--validating", file, missing});
+    EXPECT_EQ(parsed.exitCode, 1);
+    const QJsonObject report = parsed.object();
     EXPECT_EQ(report["files"][0]["ok"], true);
     EXPECT_EQ(report["files"][1]["error"], QString("failed to load contents of " + missing));
     EXPECT_EQ(report["options"][0]["value"], 2);
@@ -73,24 +84,6 @@ TEST(QuivenctlFiles, LoadReadsTheFilesOfTheFolderOverrides)
     const QuivenctlRun userOnly = runQuivenctl({"load", "--user-only"}, {}, environment);
     EXPECT_EQ(userOnly.exitCode, 0) << userOnly.err.toStdString();
     EXPECT_EQ(field(userOnly.object(), "path"), QStringList({"~/src/"}));
-}
-
-TEST(QuivenctlFiles, WriteRoundTripsAndWritesNothingWhenAnInputFails)
-{
-    RuleFolder folder;
-    const QByteArray rules = "watch suffix \".key\" \"any\" rw \"keys\"\n"
-                             "allow path \"/c\" \"/usr/bin/one\" w \"\" \"\" \"7\"\n";
-    const QString input = folder.write("in.rc", rules);
-    const QString out = folder.path("out.rc");
-    const QuivenctlRun run = runQuivenctl({"write", "--out", out, input});
-    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(readFile(out), rules);
-
-    const QString second = folder.path("second.rc");
-    const QuivenctlRun failed = runQuivenctl({"write", "--out", second, input, folder.path("missing.rc")});
-    EXPECT_EQ(failed.exitCode, 1);
-    EXPECT_TRUE(failed.object()["error"].toString().contains("missing.rc"));
-    EXPECT_FALSE(QFile::exists(second));
 }
 
 TEST(QuivenctlFiles, MatchAnswersWithTableRowsAndExitsOneWithoutAValidMatch)
