@@ -90,23 +90,20 @@ TEST(AuthorizationHolderCoding, HoldersRoundTripAndMalformedArchivesAreRejected)
     }
 }
 
-TEST(EmptyAuthorizationHolder, AlwaysFailsTheCheckOnPurpose)
+// The empty holder fails every check on purpose; a local context reports what it lacks.
+TEST(HoldersWithoutAReference, FailTheCheckAsTheirKindSays)
 {
-    auto holder = NVCAuthorizationHolder::withEmptyAuthorization();
-    const CheckResult result = check(*holder);
+    auto empty = NVCAuthorizationHolder::withEmptyAuthorization();
+    const CheckResult result = check(*empty);
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.error, makeHolderError(NVCAuthorizationHolderError::EmptyAuthorization));
     std::optional<NVCAuthError> error = makeHolderError(NVCAuthorizationHolderError::ReasonMissing);
-    EXPECT_TRUE(holder->updateWithLocalizedReason(QString(), &error));
+    EXPECT_TRUE(empty->updateWithLocalizedReason(QString(), &error));
     EXPECT_FALSE(error);
-}
 
-TEST(LocalAuthenticationContextHolder, ReportsContextErrors)
-{
     auto context = std::make_shared<NVCLocalAuthenticationContext>();
     auto holder = NVCAuthorizationHolder::withLocalAuthenticationContext(context, QString());
     EXPECT_EQ(check(*holder).error->code, 104);
-
     EXPECT_TRUE(holder->updateWithLocalizedReason(QStringLiteral("unlock"), nullptr));
     // Nothing to evaluate with on this platform.
     EXPECT_EQ(check(*holder).error->code, -6);

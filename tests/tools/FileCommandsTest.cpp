@@ -138,9 +138,7 @@ TEST(QuivenctlFiles, UsageErrorsExitWithTwoAndPrintOnlyToStandardError)
     const QStringList access{"rules", "match", "--process", "/usr/bin/vi", "--path", "/etc/x"};
     const std::pair<QStringList, const char *> cases[] = {
         {{}, ""},
-        {{"rules", "frobnicate"}, ""},
         {{"rules", "add", "--class", "deny", "--type", "path", "--process", "any"}, "--path is required"},
-        {{"parse", "--sort", "path:down", "x.rc"}, ""},
         {{"rules", "match", "--process", "vi", "--path", "/etc/x", "--operation", "r"}, "full path"},
         {access + QStringList{"--operation", "r", "--system"}, "--system"},
     };
