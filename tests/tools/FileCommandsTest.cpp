@@ -63,29 +63,6 @@ allow prefix "/Users/" "any" rw "t" "AAAAAAAAAA" "1"
               QStringList({"/Users/", "/etc/shadow", "/etc/", "/Backup/"}));
 }
 
-TEST(QuivenctlFiles, LoadReadsTheFilesOfTheFolderOverrides)
-{
-    RuleFolder root;
-    for (const char *name : {"quiven.rc", "user.rc", "webcam.rc", "startup.rc"})
-        root.write(QString("system/") + name,
-                   "deny path \"/" + QByteArray(name) + "\" \"any\" w \"\" \"\" \"1\"\n");
-    root.write("shared/local.quiven.rc", "allow prefix \"~/src/\" \"/usr/bin/git\" rw \"mine\" \"\" \"1\"\n");
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("QUIVEN_SYSTEM_RULES_DIR", root.path("system") + '/');
-    environment.insert("QUIVEN_SHARED_DIR", root.path("shared") + '/');
-
-    // exec.rc is missing.
-    const QuivenctlRun all = runQuivenctl({"load"}, {}, environment);
-    EXPECT_EQ(all.exitCode, 1);
-    EXPECT_EQ(field(all.object(), "path"),
-              QStringList({"/quiven.rc", "/user.rc", "/webcam.rc", "/startup.rc", "~/src/"}));
-
-    root.write("system/exec.rc", "deny prefix \"/tmp/\" \"any\" x \"\" \"\" \"1\"\n");
-    const QuivenctlRun userOnly = runQuivenctl({"load", "--user-only"}, {}, environment);
-    EXPECT_EQ(userOnly.exitCode, 0) << userOnly.err.toStdString();
-    EXPECT_EQ(field(userOnly.object(), "path"), QStringList({"~/src/"}));
-}
-
 TEST(QuivenctlFiles, MatchAnswersWithTableRowsAndExitsOneWithoutAValidMatch)
 {
     RuleFolder folder;
