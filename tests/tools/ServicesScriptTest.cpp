@@ -1,12 +1,14 @@
 #include "BuildPaths.h"
 #include "QuivenctlRunner.h"
 #include "TestFiles.h"
+#include "WaitUntil.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <csignal>
 #include <gtest/gtest.h>
 
 using quiven::test::sourceFile;
@@ -92,7 +94,7 @@ QMap<QString, QString> exportsOf(const QByteArray &output)
     return exports;
 }
 
-TEST_F(ServicesScript, StartRunsTheDaemonsAndStopOrAFailedStartLeavesNothingBehind)
+TEST_F(ServicesScript, StartRunsTheDaemonsTheCommandsDriveAndStopOrAFailedStartLeavesNothingBehind)
 {
     // The authority refuses to run with an answer it does not know, after the bus is up.
     const ScriptRun failed = start(QStringLiteral("sometimes"));
@@ -110,17 +112,46 @@ TEST_F(ServicesScript, StartRunsTheDaemonsAndStopOrAFailedStartLeavesNothingBehi
     for (const qint64 pid : pids)
         EXPECT_TRUE(running(pid)) << pid;
 
-    // The exported environment is all a client needs.
+    // The exported environment is all quivenctl's daemon and settings commands need.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     const QMap<QString, QString> exports = exportsOf(started.out);
     for (auto it = exports.begin(); it != exports.end(); ++it)
         environment.insert(it.key(), it.value());
-    const QuivenctlRun change = runQuivenctl({"settings", "set", "learning", "on"}, {}, environment);
-    EXPECT_EQ(change.exitCode, 0) << change.err.toStdString();
+    const auto run = [&](const QStringList &arguments) { return runQuivenctl(arguments, {}, environment); };
+    const auto status = [&]() -> QJsonValue { return run({"daemon", "status"}).object()["status"]; };
+    EXPECT_EQ(status(), 1);
+    const QuivenctlRun disable = run({"daemon", "disable", "--cleanup"});
+    EXPECT_EQ(disable.exitCode, 0) << disable.err.toStdString();
+    EXPECT_EQ(status(), 0);
+    EXPECT_EQ(run({"daemon", "enable"}).exitCode, 0);
+    EXPECT_EQ(status(), 1);
+    EXPECT_EQ(run({"daemon", "reload"}).object()["reloaded"], true);
+    const QString failsafe = exports.value(QStringLiteral("QUIVEN_SHARED_DIR")) + "failsafe.rc";
+    ASSERT_TRUE(QFile::exists(failsafe));
+    EXPECT_EQ(run({"daemon", "delete-failsafe"}).exitCode, 0);
+    EXPECT_FALSE(QFile::exists(failsafe));
+    EXPECT_TRUE(run({"daemon", "rules"}).out.contains("hosts file changes"));
+
+    EXPECT_EQ(run({"settings", "set", "ruleset", "2", "--no-prompt"}).exitCode, 0);
+    // Without a terminal the tool does not prompt even without --no-prompt.
+    EXPECT_EQ(run({"settings", "set", "learning", "on"}).exitCode, 0);
+    const QJsonObject settings = run({"settings", "get"}).object();
+    EXPECT_EQ(settings["quiven-system-ruleset-in-use"], 2);
+    EXPECT_EQ(settings["quiven-learning-mode"], true);
+    const QuivenctlRun usage = run({"settings", "set", "ruleset", "3"});
+    EXPECT_EQ(usage.exitCode, 2);
+    EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
+    EXPECT_EQ(run({"settings", "get"}).object(), settings);
 
     // A second start must not take over, nor disturb, the running set.
     EXPECT_EQ(start().exitCode, 1);
     EXPECT_EQ(recordedPids(), pids);
+    const qint64 filterd = exports.value(QStringLiteral("QUIVEN_FILTERD_PID")).toLongLong();
+    ::kill(pid_t(filterd), SIGTERM);
+    ASSERT_TRUE(waitUntil([&] { return !running(filterd); }));
+    const QuivenctlRun failedStatus = run({"daemon", "status"});
+    EXPECT_EQ(failedStatus.exitCode, 1);
+    EXPECT_TRUE(failedStatus.err.contains("com.norvalis.nrquivend")) << failedStatus.err.toStdString();
 
     EXPECT_EQ(script({QStringLiteral("stop")}).exitCode, 0);
     for (const qint64 pid : pids)
