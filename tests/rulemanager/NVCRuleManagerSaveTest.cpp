@@ -7,6 +7,7 @@
 #include "WaitUntil.h"
 
 #include <QDBusMessage>
+#include <QDir>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <thread>
@@ -23,6 +24,22 @@ PolicyRulePtr allowRule(const QString &path)
     rule->processName = QStringLiteral("/usr/bin/cat");
     return rule;
 }
+
+struct RecordingListener : NVCPolicyListener
+{
+    RecordingListener(QStringList *journal, const QString &name)
+        : journal(journal)
+        , name(name)
+    {}
+    QStringList *journal;
+    QString name;
+
+    void policyChangedWithWatchRules(const QList<WatchRulePtr> &watch,
+                                     const QList<PolicyRulePtr> &policy) override
+    {
+        journal->append(QStringLiteral("%1:%2/%3").arg(name).arg(watch.size()).arg(policy.size()));
+    }
+};
 
 struct Authorization
 {
@@ -239,6 +256,53 @@ TEST_F(RuleManagerSave, WorkerThreadCallsOfTheWindowsAnswerOnTheOwnerThread)
     ASSERT_TRUE(waitUntil([&] { return status != -1; }));
     EXPECT_EQ(authorizeThread, owner);
     EXPECT_EQ(status, errAuthorizationSuccess);
+}
+
+TEST_F(RuleManagerSave, RuleClientListenersShareOneSubscriptionAndTheClientOutlivesADaemonRestart)
+{
+    start(QStringLiteral("deny"), true);
+    NVCQUIVENRuleClient client(connection, NVCNamespace(QString()));
+    // Saves one policy rule and one watch rule; the daemon then announces them.
+    const auto save = [&] {
+        auto watch = std::make_shared<WatchRule>();
+        watch->path = QStringLiteral("/etc/");
+        watch->processName = QStringLiteral("any");
+        auto policy = allowRule(QStringLiteral("/home/ann/a"));
+        const auto answer = answerOf<QDBusError>(
+            [&](auto done) { client.setUserWatchRules({watch}, {policy}, {}, done, {}); });
+        return answer && !answer->isValid();
+    };
+    QStringList journal;
+    RecordingListener first(&journal, QStringLiteral("first"));
+    RecordingListener second(&journal, QStringLiteral("second"));
+    client.addPolicyListener(&first);
+    const std::optional<NVCListenerEndpoint> endpoint = client.endpointForProtocol(policyChanged);
+    client.addPolicyListener(&second);
+    ASSERT_TRUE(endpoint);
+    EXPECT_EQ(client.endpointForProtocol(policyChanged), endpoint);
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(policyChanged); }));
+
+    ASSERT_TRUE(save());
+    ASSERT_TRUE(waitUntil([&] { return journal.size() >= 2; }));
+    ASSERT_TRUE(filterRoundTrip(connection));
+    EXPECT_EQ(journal, (QStringList{"first:1/1", "second:1/1"}));
+    // Written through a temporary file that is renamed, so nothing else is left behind.
+    EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files), QStringList{"local.quiven.rc"});
+
+    client.removePolicyListener(&first);
+    EXPECT_TRUE(client.endpointForProtocol(policyChanged));
+    client.removePolicyListener(&second);
+    EXPECT_FALSE(client.endpointForProtocol(policyChanged));
+    journal.clear();
+    ASSERT_TRUE(save());
+    ASSERT_TRUE(filterRoundTrip(connection));
+    EXPECT_TRUE(journal.isEmpty());
+
+    // A stopping daemon tells terminate subscribers to go quiet; this client is not one of them.
+    daemons.filterd().terminate();
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    EXPECT_FALSE(client.serviceTerminated());
+    EXPECT_TRUE(save());
 }
 
 } // namespace
