@@ -23,35 +23,17 @@ QStringList rulePaths(const RuleManager &manager, bool system)
     return paths;
 }
 
-class RuleManagerLoad : public ::testing::Test
+TEST(RuleManagerLoad, LoadsMergeTheRulesetTheSettingsChooseWithTheDaemonsUserRules)
 {
-protected:
-    void SetUp() override
-    {
-        daemons.writeSystemFile(QStringLiteral("quiven.rc"),
-                                "set policy.global.exec 2\n" + ruleLine("allow", "/base/quiven"));
-        daemons.writeSystemFile(QStringLiteral("quiven_classic.rc"),
-                                "set policy.global.user 2\n" + ruleLine("allow", "/base/classic"));
-        daemons.writeSystemFile(QStringLiteral("user.rc"), ruleLine("allow", "/opt/user"));
-        daemons.writeSystemFile(QStringLiteral("webcam.rc"), ruleLine("deny", "/opt/webcam"));
-        daemons.writeSystemFile(QStringLiteral("startup.rc"), ruleLine("allow", "/opt/startup"));
-        daemons.writeSystemFile(QStringLiteral("exec.rc"), ruleLine("allow", "/opt/exec"));
-    }
-
-    void start()
-    {
-        ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
-        connection = daemons.bus().connect(QStringLiteral("rule-manager"));
-        manager = std::make_unique<NVCRuleManager>(connection, NVCNamespace(QString()));
-    }
-
     DaemonStack daemons;
-    QDBusConnection connection{QString()};
-    std::unique_ptr<NVCRuleManager> manager;
-};
-
-TEST_F(RuleManagerLoad, LoadsMergeTheRulesetTheSettingsChooseWithTheDaemonsUserRules)
-{
+    daemons.writeSystemFile(QStringLiteral("quiven.rc"),
+                            "set policy.global.exec 2\n" + ruleLine("allow", "/base/quiven"));
+    daemons.writeSystemFile(QStringLiteral("quiven_classic.rc"),
+                            "set policy.global.user 2\n" + ruleLine("allow", "/base/classic"));
+    daemons.writeSystemFile(QStringLiteral("user.rc"), ruleLine("allow", "/opt/user"));
+    daemons.writeSystemFile(QStringLiteral("webcam.rc"), ruleLine("deny", "/opt/webcam"));
+    daemons.writeSystemFile(QStringLiteral("startup.rc"), ruleLine("allow", "/opt/startup"));
+    daemons.writeSystemFile(QStringLiteral("exec.rc"), ruleLine("allow", "/opt/exec"));
     daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::rulesetInUseKey), 1}});
     // The preferences turn the camera rules off and, being read, outrank the
     // classic ruleset's `set policy.global.user 2`.
@@ -61,18 +43,19 @@ TEST_F(RuleManagerLoad, LoadsMergeTheRulesetTheSettingsChooseWithTheDaemonsUserR
     daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
                             ruleLine("allow", "/home/ann/notes") +
                                 "watch prefix \"/etc/\" \"any\" wc \"configuration changes\"\n");
-    start();
+    ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
+    const QDBusConnection connection = daemons.bus().connect(QStringLiteral("rule-manager"));
+    NVCRuleManager manager(connection, NVCNamespace(QString()));
 
-    ASSERT_EQ(answerOf<bool>([&](auto done) { manager->loadSystemRuleSetWithCallback(done); }), true)
+    ASSERT_EQ(answerOf<bool>([&](auto done) { manager.loadSystemRuleSetWithCallback(done); }), true)
         << daemons.failureText().toStdString();
-    EXPECT_EQ(rulePaths(*manager, true),
+    EXPECT_EQ(rulePaths(manager, true),
               (QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/user"}));
-    EXPECT_EQ(rulePaths(*manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
+    EXPECT_EQ(rulePaths(manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
 
     // A reload starts from scratch instead of stacking a second copy.
-    ASSERT_TRUE(
-        answerOf<bool>([&](auto done) { manager->reloadCurrentUserConfigurationWithCallback(done); }));
-    EXPECT_EQ(manager->compositeIndex().size(), 6);
+    ASSERT_TRUE(answerOf<bool>([&](auto done) { manager.reloadCurrentUserConfigurationWithCallback(done); }));
+    EXPECT_EQ(manager.compositeIndex().size(), 6);
 
     // Each base ruleset's `set` lines decide which optional files join it.
     const QStringList optional{"/opt/exec", "/opt/startup", "/opt/user", "/opt/webcam"};
