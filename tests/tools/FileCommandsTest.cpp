@@ -1,6 +1,7 @@
 #include "QuivenctlRunner.h"
 #include "TestFiles.h"
 
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 // The commands that read and write rule files without a daemon. What the rules
@@ -22,29 +23,32 @@ TEST(QuivenctlFiles, TokenizeWriteAndParseHandleRuleFiles)
     EXPECT_EQ(run.out,
               QByteArray("[\"allow\",\"path\",\"/a b/c\",\"r\"]\n[]\n[\"\",\"x y\"]\n[\"ü\",\"ø\"]\n"));
 
-    RuleFolder folder;
+    QTemporaryDir folder;
     const QByteArray rules = "watch suffix \".key\" \"any\" rw \"keys\"\n"
                              "allow path \"/c\" \"/usr/bin/one\" w \"\" \"\" \"7\"\n";
-    const QString input = folder.write("in.rc", rules);
-    const QString out = folder.path("out.rc");
+    const QString input = folder.filePath("in.rc");
+    ASSERT_TRUE(writeFile(input, rules));
+    const QString out = folder.filePath("out.rc");
     const QuivenctlRun written = runQuivenctl({"write", "--out", out, input});
     ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();
     EXPECT_EQ(readFile(out), rules);
 
-    const QString second = folder.path("second.rc");
-    const QuivenctlRun failed = runQuivenctl({"write", "--out", second, input, folder.path("missing.rc")});
+    const QString second = folder.filePath("second.rc");
+    const QuivenctlRun failed =
+        runQuivenctl({"write", "--out", second, input, folder.filePath("missing.rc")});
     EXPECT_EQ(failed.exitCode, 1);
     EXPECT_TRUE(failed.object()["error"].toString().contains("missing.rc"));
     EXPECT_FALSE(QFile::exists(second));
 
-    const QString file = folder.write("rules.rc", R"(set policy.global.webcam 2
+    const QString file = folder.filePath("rules.rc");
+    ASSERT_TRUE(writeFile(file, R"(set policy.global.webcam 2
 trace /tmp/x /usr/bin/strace
 watch prefix "/etc/" "any" w "s"
 deny path "/etc/shadow" "/usr/bin/foo via /usr/bin/bar" rw "t" "ABCDEFGHIJ" "123"
 allow prefix "/Backup/" "/usr/bin/one" r "" "" "1"
 allow prefix "/Users/" "any" rw "t" "AAAAAAAAAA" "1"
-)");
-    const QString missing = folder.path("missing.rc");
+)"));
+    const QString missing = folder.filePath("missing.rc");
     const QuivenctlRun parsed = runQuivenctl({"parse", "--system", "--validating", file, missing});
     EXPECT_EQ(parsed.exitCode, 1);
     const QJsonObject report = parsed.object();
@@ -65,11 +69,12 @@ allow prefix "/Users/" "any" rw "t" "AAAAAAAAAA" "1"
 
 TEST(QuivenctlFiles, MatchAnswersWithTableRowsAndExitsOneWithoutAValidMatch)
 {
-    RuleFolder folder;
-    const QString file = folder.write("rules.rc", R"(deny prefix "/home/ann/" "any" rw "" "" "0"
+    QTemporaryDir folder;
+    const QString file = folder.filePath("rules.rc");
+    ASSERT_TRUE(writeFile(file, R"(deny prefix "/home/ann/" "any" rw "" "" "0"
 allow path "/home/ann/tax.pdf" "/usr/bin/evince" r "" "" "0"
 permit prefix "/home/" "/usr/bin/evince" r "" "" "0"
-)");
+)"));
     const QStringList access{"rules", "match", "--process", "/usr/bin/evince", "--operation", "r", "--path"};
     const QuivenctlRun json =
         runQuivenctl(access + QStringList{"/home/ann/tax.pdf", "--json", "--system", file});

@@ -6,7 +6,6 @@
 #include <QJsonObject>
 #include <QProcessEnvironment>
 #include <QStringList>
-#include <QTemporaryDir>
 
 // Runs the built quivenctl with arguments, standard input and environment,
 // and keeps what it printed.
@@ -21,15 +20,6 @@ struct QuivenctlRun
 
 QuivenctlRun runQuivenctl(const QStringList &arguments, const QByteArray &input = {},
                           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
-
-// A temporary folder with helpers to drop rule files into it.
-class RuleFolder
-{
-public:
-    RuleFolder();
-    QString write(const QString &relativePath, const QByteArray &content) const;
-    QString path(const QString &relativePath = {}) const;
-
-private:
-    QTemporaryDir m_dir;
-};
+// The same for any program.
+QuivenctlRun runChild(const QString &program, const QStringList &arguments, const QByteArray &input,
+                      const QProcessEnvironment &environment);

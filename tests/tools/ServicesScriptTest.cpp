@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <csignal>
@@ -41,21 +40,9 @@ protected:
         environment.insert(QStringLiteral("QUIVEN_SERVICES_STATE"), stateFile());
         environment.insert(QStringLiteral("TMPDIR"), roots());
         environment.insert(QStringLiteral("QUIVEN_DEV_AUTH"), authorityAnswer);
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("bash"),
-                      QStringList{sourceFile(QStringLiteral("scripts/services.sh"))} + arguments);
-        ScriptRun run;
-        if (!process.waitForFinished(60000)) {
-            ADD_FAILURE() << "services.sh did not finish";
-            process.kill();
-            process.waitForFinished();
-            return run;
-        }
-        run.exitCode = process.exitCode();
-        run.out = process.readAllStandardOutput();
-        run.err = process.readAllStandardError();
-        return run;
+        return runChild(QStringLiteral("bash"),
+                        QStringList{sourceFile(QStringLiteral("scripts/services.sh"))} + arguments, {},
+                        environment);
     }
 
     ScriptRun start(const QString &authorityAnswer = QStringLiteral("grant"))
