@@ -18,9 +18,9 @@ namespace {
 class AuthorityTest : public ::testing::Test
 {
 protected:
-    void startAuthority(const QString &answer = QStringLiteral("grant"))
+    void startAuthority()
     {
-        ASSERT_TRUE(daemons.startAuthority(answer)) << daemons.failureText().toStdString();
+        ASSERT_TRUE(daemons.startAuthority(QStringLiteral("grant"))) << daemons.failureText().toStdString();
         connection = bus.connect(QStringLiteral("client"));
         utility = std::make_shared<NVCAuthorization>(connection);
         verifier = std::make_unique<NVCAuthorityVerifier>(connection);
@@ -118,20 +118,6 @@ TEST_F(AuthorityTest, TokensLiveAsTheirHoldersSayAndBelongToTheUserWhoAskedForTh
     // Only daemons may verify.
     EXPECT_NE(runProbe(bus, {QStringLiteral("verify"), own.fields.value(1)}, true).fields.value(0).toInt(),
               errAuthorizationSuccess);
-}
-
-TEST_F(AuthorityTest, RefusedAndCancelledRequestsGiveNoToken)
-{
-    for (const auto &[answer, status] :
-         {std::pair{"deny", errAuthorizationDenied}, std::pair{"cancel", errAuthorizationCanceled}}) {
-        startAuthority(QString::fromLatin1(answer));
-        AuthorizationRef reference;
-        EXPECT_EQ(utility->create(&reference, QString()), status) << answer;
-        EXPECT_FALSE(reference);
-        EXPECT_EQ(utility->create(&reference, QString(), kAuthorizationFlagExtendRights), status) << answer;
-        daemons.authority().terminate();
-        ASSERT_TRUE(bus.waitForNameGone(QStringLiteral("com.norvalis.nrauthd")));
-    }
 }
 
 TEST(AuthorityStartup, DevelopmentBackendRefusesTheRealSystemBus)

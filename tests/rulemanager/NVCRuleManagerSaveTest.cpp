@@ -132,7 +132,7 @@ TEST_F(RuleManagerSave, AuthorizedSavesArePersistedForEveryListenerAndForgedOnes
     }
 }
 
-// Every status but success takes the same path; which status a refusal gives is the authority's test.
+// Every status but success takes the same path; which status a refusal gives is the backends' test.
 TEST_F(RuleManagerSave, CancelledAuthorizationSendsNothing)
 {
     start(QStringLiteral("cancel"));
@@ -147,11 +147,56 @@ TEST_F(RuleManagerSave, CancelledAuthorizationSendsNothing)
     EXPECT_FALSE(daemons.userFile().contains("/home/ann/refused"));
 }
 
-TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndSurviveADaemonRestartButNotALostBus)
+TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndSurviveDaemonRestartsButNotALostBus)
 {
     LogCapture log;
     // Any question to the authority would be refused.
     start(QStringLiteral("deny"), true);
+    // Listeners of one rule client share one subscription, which ends with the last of them.
+    NVCQUIVENRuleClient client(connection, NVCNamespace(QString()));
+    // Saves one policy rule and one watch rule; the daemon then announces them.
+    const auto save = [&] {
+        auto watch = std::make_shared<WatchRule>();
+        watch->path = QStringLiteral("/etc/");
+        watch->processName = QStringLiteral("any");
+        auto policy = allowRule(QStringLiteral("/home/ann/a"));
+        const auto answer = answerOf<QDBusError>(
+            [&](auto done) { client.setUserWatchRules({watch}, {policy}, {}, done, {}); });
+        return answer && !answer->isValid();
+    };
+    QStringList journal;
+    RecordingListener first(&journal, QStringLiteral("first"));
+    RecordingListener second(&journal, QStringLiteral("second"));
+    client.addPolicyListener(&first);
+    const std::optional<NVCListenerEndpoint> endpoint = client.endpointForProtocol(policyChanged);
+    client.addPolicyListener(&second);
+    ASSERT_TRUE(endpoint);
+    EXPECT_EQ(client.endpointForProtocol(policyChanged), endpoint);
+    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(policyChanged); }));
+
+    ASSERT_TRUE(save());
+    ASSERT_TRUE(waitUntil([&] { return journal.size() >= 2; }));
+    ASSERT_TRUE(filterRoundTrip(connection));
+    EXPECT_EQ(journal, (QStringList{"first:1/1", "second:1/1"}));
+    // Written through a temporary file that is renamed, so nothing else is left behind.
+    EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files), QStringList{"local.quiven.rc"});
+
+    client.removePolicyListener(&first);
+    EXPECT_TRUE(client.endpointForProtocol(policyChanged));
+    client.removePolicyListener(&second);
+    EXPECT_FALSE(client.endpointForProtocol(policyChanged));
+    journal.clear();
+    ASSERT_TRUE(save());
+    ASSERT_TRUE(filterRoundTrip(connection));
+    EXPECT_TRUE(journal.isEmpty());
+
+    // A stopping daemon tells terminate subscribers to go quiet; this client is not one of them.
+    daemons.filterd().terminate();
+    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
+    EXPECT_FALSE(client.serviceTerminated());
+    EXPECT_TRUE(save());
+    updates = 0;
+
     const Authorization authorization = authorize();
     EXPECT_EQ(authorization.status, errAuthorizationSuccess);
     EXPECT_TRUE(authorization.form.isNull());
@@ -256,53 +301,6 @@ TEST_F(RuleManagerSave, WorkerThreadCallsOfTheWindowsAnswerOnTheOwnerThread)
     ASSERT_TRUE(waitUntil([&] { return status != -1; }));
     EXPECT_EQ(authorizeThread, owner);
     EXPECT_EQ(status, errAuthorizationSuccess);
-}
-
-TEST_F(RuleManagerSave, RuleClientListenersShareOneSubscriptionAndTheClientOutlivesADaemonRestart)
-{
-    start(QStringLiteral("deny"), true);
-    NVCQUIVENRuleClient client(connection, NVCNamespace(QString()));
-    // Saves one policy rule and one watch rule; the daemon then announces them.
-    const auto save = [&] {
-        auto watch = std::make_shared<WatchRule>();
-        watch->path = QStringLiteral("/etc/");
-        watch->processName = QStringLiteral("any");
-        auto policy = allowRule(QStringLiteral("/home/ann/a"));
-        const auto answer = answerOf<QDBusError>(
-            [&](auto done) { client.setUserWatchRules({watch}, {policy}, {}, done, {}); });
-        return answer && !answer->isValid();
-    };
-    QStringList journal;
-    RecordingListener first(&journal, QStringLiteral("first"));
-    RecordingListener second(&journal, QStringLiteral("second"));
-    client.addPolicyListener(&first);
-    const std::optional<NVCListenerEndpoint> endpoint = client.endpointForProtocol(policyChanged);
-    client.addPolicyListener(&second);
-    ASSERT_TRUE(endpoint);
-    EXPECT_EQ(client.endpointForProtocol(policyChanged), endpoint);
-    ASSERT_TRUE(waitUntil([&] { return client.isSubscriptionAlive(policyChanged); }));
-
-    ASSERT_TRUE(save());
-    ASSERT_TRUE(waitUntil([&] { return journal.size() >= 2; }));
-    ASSERT_TRUE(filterRoundTrip(connection));
-    EXPECT_EQ(journal, (QStringList{"first:1/1", "second:1/1"}));
-    // Written through a temporary file that is renamed, so nothing else is left behind.
-    EXPECT_EQ(QDir(daemons.sharedFolder()).entryList(QDir::Files), QStringList{"local.quiven.rc"});
-
-    client.removePolicyListener(&first);
-    EXPECT_TRUE(client.endpointForProtocol(policyChanged));
-    client.removePolicyListener(&second);
-    EXPECT_FALSE(client.endpointForProtocol(policyChanged));
-    journal.clear();
-    ASSERT_TRUE(save());
-    ASSERT_TRUE(filterRoundTrip(connection));
-    EXPECT_TRUE(journal.isEmpty());
-
-    // A stopping daemon tells terminate subscribers to go quiet; this client is not one of them.
-    daemons.filterd().terminate();
-    ASSERT_TRUE(daemons.startFilterd()) << daemons.failureText().toStdString();
-    EXPECT_FALSE(client.serviceTerminated());
-    EXPECT_TRUE(save());
 }
 
 } // namespace

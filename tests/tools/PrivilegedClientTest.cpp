@@ -103,7 +103,7 @@ TEST_F(PrivilegedClientWithoutForm, TheAuthorizationLivesExactlyUntilTheDaemonHa
     EXPECT_EQ(daemon->values, (QList<bool>{true, true}));
 }
 
-// The client treats every status but success alike; which status a refusal gives is the authority's test.
+// The client treats every status but success alike; which status a refusal gives is the backends' test.
 TEST_F(PrivilegedClientWithoutForm, ARefusedPromptSendsNothingAndNeverCallsBack)
 {
     start(QStringLiteral("deny"));
