@@ -15,35 +15,20 @@ using namespace quiven::test;
 
 namespace {
 
-class AuthorityTest : public ::testing::Test
+TEST(Authority, TokensLiveAsTheirHoldersSayAndBelongToTheUserWhoAskedForThem)
 {
-protected:
-    void startAuthority()
-    {
-        ASSERT_TRUE(daemons.startAuthority(QStringLiteral("grant"))) << daemons.failureText().toStdString();
-        connection = bus.connect(QStringLiteral("client"));
-        utility = std::make_shared<NVCAuthorization>(connection);
-        verifier = std::make_unique<NVCAuthorityVerifier>(connection);
-    }
-
-    AuthorizationRef grant()
-    {
+    DaemonStack daemons;
+    PrivateSystemBus &bus = daemons.bus();
+    ASSERT_TRUE(daemons.startAuthority(QStringLiteral("grant"))) << daemons.failureText().toStdString();
+    QDBusConnection connection = bus.connect(QStringLiteral("client"));
+    const auto utility = std::make_shared<NVCAuthorization>(connection);
+    const auto verifier = std::make_unique<NVCAuthorityVerifier>(connection);
+    const auto grant = [&] {
         AuthorizationRef reference;
         EXPECT_EQ(utility->create(&reference, QStringLiteral("Test wants to change things")),
                   errAuthorizationSuccess);
         return reference;
-    }
-
-    DaemonStack daemons;
-    PrivateSystemBus &bus = daemons.bus();
-    QDBusConnection connection{QString()};
-    std::shared_ptr<NVCAuthorization> utility;
-    std::unique_ptr<NVCAuthorityVerifier> verifier;
-};
-
-TEST_F(AuthorityTest, TokensLiveAsTheirHoldersSayAndBelongToTheUserWhoAskedForThem)
-{
-    startAuthority();
+    };
     AuthorizationRef reference = grant();
     ASSERT_TRUE(reference);
     EXPECT_EQ(utility->update(reference, QStringLiteral("Again")), errAuthorizationSuccess);
