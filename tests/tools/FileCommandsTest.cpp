@@ -60,11 +60,6 @@ allow prefix "/Users/" "any" rw "t" "AAAAAAAAAA" "1"
     EXPECT_EQ(row["group"], "foo:/usr/bin/foo:/usr/bin/bar:ABCDEFGHIJ");
     EXPECT_EQ(row["text"],
               R"(deny path "/etc/shadow" "/usr/bin/foo via /usr/bin/bar" rw "" "ABCDEFGHIJ" "123")");
-
-    EXPECT_EQ(field(runQuivenctl({"parse", "--filter", "BACKUP", file}).object(), "path"),
-              QStringList({"/Backup/"}));
-    EXPECT_EQ(field(runQuivenctl({"parse", "--sort", "path:desc", file}).object(), "path"),
-              QStringList({"/Users/", "/etc/shadow", "/etc/", "/Backup/"}));
 }
 
 TEST(QuivenctlFiles, MatchAnswersWithTableRowsAndExitsOneWithoutAValidMatch)
