@@ -1,8 +1,8 @@
 #include "RulesetGenerator.h"
 
 #include "RuleManager.h"
+#include "TestFiles.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -11,12 +11,8 @@ namespace {
 std::unique_ptr<RuleManager> load(const QByteArray &text)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath("generated.rc");
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text);
-    file.close();
-    return RuleManager::withContentsOfFile(path, false);
+    EXPECT_TRUE(writeFile(dir.filePath("generated.rc"), text));
+    return RuleManager::withContentsOfFile(dir.filePath("generated.rc"), false);
 }
 
 TEST(RulesetGenerator, EveryLineIsReadAndValidTheSharedGroupHasItsSizeAndTheSeedDecides)
