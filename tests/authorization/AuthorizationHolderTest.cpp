@@ -1,9 +1,13 @@
+#include "NVCAuthorizationActor.h"
 #include "NVCAuthorizationHolder.h"
 #include "NVCAuthorizationHolderErrors.h"
 #include "NVCAuthorizationRefHolder.h"
 #include "NVCLocalAuthenticationContextHolder.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -15,7 +19,6 @@ std::shared_ptr<NVCAuthorization> unreachableAuthority()
 
 struct CheckResult
 {
-    bool called = false;
     bool ok = false;
     std::optional<NVCAuthError> error;
 };
@@ -23,9 +26,7 @@ struct CheckResult
 CheckResult check(NVCAuthorizationHolder &holder)
 {
     CheckResult result;
-    holder.checkWithReply([&](bool ok, const std::optional<NVCAuthError> &error) {
-        result = {true, ok, error};
-    });
+    holder.checkWithReply([&](bool ok, const std::optional<NVCAuthError> &error) { result = {ok, error}; });
     return result;
 }
 
@@ -36,150 +37,135 @@ const QByteArray kToken =
 TEST(AuthorizationRefHolder, MissingOrUnconfirmedReferenceFailsTheCheckAndTheUpdate)
 {
     auto utility = unreachableAuthority();
-    const std::tuple<AuthorizationRef, int, int> cases[] = {
-        {nullptr, 101, 101},
-        {utility->authorizationWithData(kToken, nullptr), 102, 103},
-    };
-    for (const auto &[reference, checkCode, updateCode] : cases) {
+    for (const auto &[reference, checkCode, updateCode] :
+         {std::tuple{AuthorizationRef(), 101, 101},
+          std::tuple{utility->authorizationWithData(kToken, nullptr), 102, 103}}) {
         auto holder = NVCAuthorizationHolder::withAuthorization(reference, utility);
-        const CheckResult result = check(*holder);
-        ASSERT_TRUE(result.called);
-        EXPECT_FALSE(result.ok);
-        EXPECT_EQ(result.error->code, checkCode);
+        EXPECT_EQ(check(*holder).error->code, checkCode);
         std::optional<NVCAuthError> error;
         EXPECT_FALSE(holder->updateWithLocalizedReason(QStringLiteral("why"), &error));
         EXPECT_EQ(error->code, updateCode);
     }
-    EXPECT_TRUE(NVCAuthorizationHolder::withAuthorization(nullptr, utility)
-                    ->archive()
-                    .value(QStringLiteral("AuthorizationRefHolder"))
-                    .toMap()
-                    .isEmpty());
 }
 
-TEST(AuthorizationHolderCoding, ReferenceHolderRoundTrip)
+TEST(AuthorizationHolderCoding, HoldersRoundTripAndMalformedArchivesAreRejected)
 {
     auto utility = unreachableAuthority();
-    auto holder = NVCAuthorizationHolder::withAuthorization(utility->authorizationWithData(kToken, nullptr),
-                                                            utility, true);
-    const QVariantMap archive = holder->archive();
-    ASSERT_EQ(archive.keys(), QStringList{QStringLiteral("AuthorizationRefHolder")});
-    const QVariantMap inner = archive.first().toMap();
-    EXPECT_EQ(inner.value(QStringLiteral("AuthorizationRef")).toByteArray(), kToken);
-    EXPECT_EQ(inner.value(QStringLiteral("WeakReferenceMode")), QVariant(true));
+    QVariantMap archive = NVCAuthorizationHolder::withAuthorization(
+                              utility->authorizationWithData(kToken, nullptr), utility, true)
+                              ->archive();
     EXPECT_EQ(externalFormFromHolderArchive(archive), kToken);
-
-    QVariantMap withReason = archive;
-    QVariantMap innerWithReason = inner;
-    innerWithReason.insert(QStringLiteral("LocalizedReason"), QStringLiteral("Change settings"));
-    withReason.insert(QStringLiteral("AuthorizationRefHolder"), innerWithReason);
-    const auto decoded = NVCAuthorizationHolder::fromArchive(withReason, utility);
-    ASSERT_TRUE(decoded);
-    ASSERT_TRUE(decoded->hasAuthorizationReference());
+    QVariantMap inner = archive.first().toMap();
+    inner.insert(QStringLiteral("LocalizedReason"), QStringLiteral("Change settings"));
+    archive.insert(QStringLiteral("AuthorizationRefHolder"), inner);
+    const auto decoded = NVCAuthorizationHolder::fromArchive(archive, utility);
+    ASSERT_TRUE(decoded && decoded->hasAuthorizationReference());
     const auto refHolder = std::dynamic_pointer_cast<NVCAuthorizationRefHolder>(decoded->currentHolder());
     EXPECT_EQ(refHolder->reference()->token(), kToken);
     EXPECT_TRUE(refHolder->weakReferenceMode());
     EXPECT_EQ(refHolder->localizedReason(), QStringLiteral("Change settings"));
-}
 
-TEST(AuthorizationHolderCoding, OtherHoldersRoundTrip)
-{
     const auto empty = NVCAuthorizationHolder::fromArchive(
-        NVCAuthorizationHolder::withEmptyAuthorization()->archive(), unreachableAuthority());
-    ASSERT_TRUE(empty);
-    EXPECT_TRUE(empty->hasEmptyAuthorization());
-
-    auto context = std::make_shared<NVCLocalAuthenticationContext>();
-    const QVariantMap archive =
-        NVCAuthorizationHolder::withLocalAuthenticationContext(context, QStringLiteral("unlock"))->archive();
-    EXPECT_EQ(archive.keys(), QStringList{QStringLiteral("localAuthenticationContextHolder")});
-    const auto local = NVCAuthorizationHolder::fromArchive(archive, unreachableAuthority());
-    ASSERT_TRUE(local);
-    ASSERT_TRUE(local->hasLocalAuthenticationContext());
+        NVCAuthorizationHolder::withEmptyAuthorization()->archive(), utility);
+    ASSERT_TRUE(empty && empty->hasEmptyAuthorization());
+    const auto local = NVCAuthorizationHolder::fromArchive(
+        NVCAuthorizationHolder::withLocalAuthenticationContext(
+            std::make_shared<NVCLocalAuthenticationContext>(), QStringLiteral("unlock"))
+            ->archive(),
+        utility);
+    ASSERT_TRUE(local && local->hasLocalAuthenticationContext());
     // The decoded holder keeps its own context alive.
     EXPECT_EQ(check(*local).error->code, -6);
-}
 
-TEST(AuthorizationHolderCoding, MalformedArchivesAreRejected)
-{
     const QString ref = QStringLiteral("AuthorizationRefHolder");
     const QString key = QStringLiteral("AuthorizationRef");
-    const QVariantMap cases[] = {
+    const QVariantMap malformed[] = {
         {},
         {{ref, QVariantMap{{key, QStringLiteral("not data")}}}},
         {{ref, QVariantMap{{key, kToken.left(31)}}}},
-        {{ref, QVariantMap{}}},
         {{ref, QStringLiteral("not a dictionary")}},
         {{QStringLiteral("SomethingElse"), QVariantMap{{key, kToken}}}},
         {{ref, QVariantMap{{key, kToken}}}, {QStringLiteral("EmptyAuthorization"), QVariantMap{}}},
-        {{QStringLiteral("EmptyAuthorization"), QVariantMap{{QStringLiteral("EmptyAuthorization"), 1}}}},
-        {{QStringLiteral("localAuthenticationContextHolder"),
-          QVariantMap{{QStringLiteral("LocalAuthenticationContext"), QStringLiteral("ctx")}}}},
     };
-    for (const QVariantMap &archive : cases) {
+    for (const QVariantMap &bad : malformed) {
         QString error;
-        EXPECT_FALSE(NVCAuthorizationHolder::fromArchive(archive, unreachableAuthority(), &error))
-            << archive.size();
+        EXPECT_FALSE(NVCAuthorizationHolder::fromArchive(bad, utility, &error)) << bad.size();
         EXPECT_FALSE(error.isEmpty());
     }
-    EXPECT_TRUE(externalFormFromHolderArchive({{ref, QVariantMap{{key, QStringLiteral("x")}}}}).isEmpty());
 }
 
-TEST(EmptyAuthorizationHolder, AlwaysFailsTheCheckOnPurpose)
+// The empty holder fails every check on purpose; a local context reports what it lacks.
+TEST(HoldersWithoutAReference, FailTheCheckAsTheirKindSays)
 {
-    auto holder = NVCAuthorizationHolder::withEmptyAuthorization();
-    const CheckResult result = check(*holder);
+    auto empty = NVCAuthorizationHolder::withEmptyAuthorization();
+    const CheckResult result = check(*empty);
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.error, makeHolderError(NVCAuthorizationHolderError::EmptyAuthorization));
     std::optional<NVCAuthError> error = makeHolderError(NVCAuthorizationHolderError::ReasonMissing);
-    EXPECT_TRUE(holder->updateWithLocalizedReason(QString(), &error));
+    EXPECT_TRUE(empty->updateWithLocalizedReason(QString(), &error));
     EXPECT_FALSE(error);
-}
 
-TEST(LocalAuthenticationContextHolder, ReportsContextErrors)
-{
     auto context = std::make_shared<NVCLocalAuthenticationContext>();
     auto holder = NVCAuthorizationHolder::withLocalAuthenticationContext(context, QString());
     EXPECT_EQ(check(*holder).error->code, 104);
-
-    std::optional<NVCAuthError> error;
-    EXPECT_FALSE(holder->updateWithLocalizedReason(QString(), &error));
-    EXPECT_EQ(error->code, 104);
-    EXPECT_TRUE(holder->updateWithLocalizedReason(QStringLiteral("unlock"), &error));
-
+    EXPECT_TRUE(holder->updateWithLocalizedReason(QStringLiteral("unlock"), nullptr));
     // Nothing to evaluate with on this platform.
-    const CheckResult evaluated = check(*holder);
-    EXPECT_FALSE(evaluated.ok);
-    EXPECT_EQ(evaluated.error->code, -6);
-    EXPECT_FALSE(NVCLocalAuthenticationContext::performTouchIDAuthentication());
+    EXPECT_EQ(check(*holder).error->code, -6);
 
     context.reset();
     EXPECT_EQ(check(*holder).error, makeHolderError(NVCAuthorizationHolderError::ContextMissing));
 }
 
-TEST(NVCAuthorization, ExternalFormRequiresExactly32Bytes)
+struct Asked
 {
-    auto utility = unreachableAuthority();
-    for (const QByteArray &data : QByteArrayList{QByteArray(), kToken.left(31), QByteArray(kToken + '\0')}) {
-        std::optional<NVCAuthError> error;
-        EXPECT_FALSE(utility->authorizationWithData(data, &error));
-        ASSERT_TRUE(error);
-        EXPECT_EQ(error->domain, QLatin1String(kNVCOSStatusErrorDomain));
-        EXPECT_EQ(error->code, errAuthorizationInvalidRef);
-    }
+    bool replied = false;
+    std::shared_ptr<NVCAuthorizationHolder> holder;
     std::optional<NVCAuthError> error;
-    EXPECT_TRUE(utility->dataWithAuthorization(nullptr, &error).isEmpty());
-    EXPECT_EQ(error->code, errAuthorizationInvalidRef);
+};
 
-    bool called = false;
-    utility->makeExternalAuthorization(
-        utility->authorizationWithData(kToken, nullptr),
-        [&](const AuthorizationRef &, const QByteArray &data, OSStatus status) {
-            called = true;
-            EXPECT_EQ(data, kToken);
-            EXPECT_EQ(status, errAuthorizationSuccess);
-        });
-    EXPECT_TRUE(called);
+Asked ask(NVCAuthorizationActor &actor)
+{
+    auto asked = std::make_shared<Asked>();
+    actor.askPermissionsWithReply([asked](const auto &holder, const std::optional<NVCAuthError> &error) {
+        *asked = {true, holder, error};
+    });
+    waitUntil([asked] { return asked->replied; });
+    return *asked;
+}
+
+TEST(AuthorizationActor, GrantedHolderLapsesAfterTheRevocationInterval)
+{
+    NVCAuthorizationActor actor(NVCAuthorizationActor::EmptyAuthorization, QStringLiteral("reason"),
+                                unreachableAuthority(), 100ms);
+    std::vector<int> states;
+    auto subscriber = actor.subscribeToAuthorizationState([&](int state) { states.push_back(state); });
+    int cancelledHeard = 0;
+    actor.subscribeToAuthorizationState([&](int) { ++cancelledHeard; })->cancel();
+
+    const Asked asked = ask(actor);
+    ASSERT_TRUE(asked.holder);
+    EXPECT_TRUE(asked.holder->hasEmptyAuthorization());
+    // The holder is installed before the reply runs.
+    EXPECT_EQ(actor.authorizationHolder(), asked.holder);
+    ASSERT_TRUE(waitUntil([&] { return actor.authorizationState() == NVCAuthorizationActor::None; }, 2000));
+    EXPECT_EQ(states, (std::vector<int>{0, 1, 0}));
+
+    // The timer fires once per grant: a second grant lapses once too.
+    ASSERT_TRUE(ask(actor).holder);
+    ASSERT_TRUE(waitUntil([&] { return actor.authorizationState() == NVCAuthorizationActor::None; }, 2000));
+    EXPECT_EQ(states, (std::vector<int>{0, 1, 0, 1, 0}));
+    EXPECT_EQ(cancelledHeard, 1);
+}
+
+TEST(AuthorizationActor, FailedAdministratorRequestIsAnErrorAndStartsNoTimer)
+{
+    NVCAuthorizationActor actor(NVCAuthorizationActor::AdministratorAuthorization, QStringLiteral("reason"),
+                                unreachableAuthority(), 50ms);
+    const Asked asked = ask(actor);
+    EXPECT_FALSE(asked.holder);
+    ASSERT_TRUE(asked.error);
+    EXPECT_EQ(asked.error->code, errAuthorizationInternal);
+    EXPECT_EQ(actor.authorizationState(), NVCAuthorizationActor::None);
 }
 
 } // namespace

@@ -23,37 +23,41 @@ QStringList rulePaths(const RuleManager &manager, bool system)
     return paths;
 }
 
-class RuleManagerLoad : public ::testing::Test
+TEST(RuleManagerLoad, LoadsMergeTheRulesetTheSettingsChooseWithTheDaemonsUserRules)
 {
-protected:
-    void SetUp() override
-    {
-        daemons.writeSystemFile(QStringLiteral("quiven.rc"),
-                                "set policy.global.exec 2\n" + ruleLine("allow", "/base/quiven"));
-        daemons.writeSystemFile(QStringLiteral("quiven_classic.rc"),
-                                "set policy.global.user 2\n" + ruleLine("allow", "/base/classic"));
-        daemons.writeSystemFile(QStringLiteral("paranoid.rc"), ruleLine("deny", "/base/paranoid"));
-        daemons.writeSystemFile(QStringLiteral("user.rc"), ruleLine("allow", "/opt/user"));
-        daemons.writeSystemFile(QStringLiteral("webcam.rc"), ruleLine("deny", "/opt/webcam"));
-        daemons.writeSystemFile(QStringLiteral("startup.rc"), ruleLine("allow", "/opt/startup"));
-        daemons.writeSystemFile(QStringLiteral("exec.rc"), ruleLine("allow", "/opt/exec"));
-    }
-
-    void start()
-    {
-        ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
-        connection = daemons.bus().connect(QStringLiteral("rule-manager"));
-        manager = std::make_unique<NVCRuleManager>(connection, NVCNamespace(QString()));
-    }
-
     DaemonStack daemons;
-    QDBusConnection connection{QString()};
-    std::unique_ptr<NVCRuleManager> manager;
-};
+    daemons.writeSystemFile(QStringLiteral("quiven.rc"),
+                            "set policy.global.exec 2\n" + ruleLine("allow", "/base/quiven"));
+    daemons.writeSystemFile(QStringLiteral("quiven_classic.rc"),
+                            "set policy.global.user 2\n" + ruleLine("allow", "/base/classic"));
+    daemons.writeSystemFile(QStringLiteral("user.rc"), ruleLine("allow", "/opt/user"));
+    daemons.writeSystemFile(QStringLiteral("webcam.rc"), ruleLine("deny", "/opt/webcam"));
+    daemons.writeSystemFile(QStringLiteral("startup.rc"), ruleLine("allow", "/opt/startup"));
+    daemons.writeSystemFile(QStringLiteral("exec.rc"), ruleLine("allow", "/opt/exec"));
+    daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::rulesetInUseKey), 1}});
+    // The preferences turn the camera rules off and, being read, outrank the
+    // classic ruleset's `set policy.global.user 2`.
+    daemons.writeSharedFile(QStringLiteral("com.norvalis.QUIVEN.preferences.plist"),
+                            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                            "<key>policy.global.webcam</key><integer>2</integer></dict></plist>\n");
+    daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
+                            ruleLine("allow", "/home/ann/notes") +
+                                "watch prefix \"/etc/\" \"any\" wc \"configuration changes\"\n");
+    ASSERT_TRUE(daemons.start()) << daemons.failureText().toStdString();
+    const QDBusConnection connection = daemons.bus().connect(QStringLiteral("rule-manager"));
+    NVCRuleManager manager(connection, NVCNamespace(QString()));
 
-TEST_F(RuleManagerLoad, SettingsChooseTheBaseRulesetAndItsSetLinesKeepOptionalFilesOut)
-{
-    start();
+    ASSERT_EQ(answerOf<bool>([&](auto done) { manager.loadSystemRuleSetWithCallback(done); }), true)
+        << daemons.failureText().toStdString();
+    EXPECT_EQ(rulePaths(manager, true),
+              (QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/user"}));
+    EXPECT_EQ(rulePaths(manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
+
+    // A reload starts from scratch instead of stacking a second copy.
+    ASSERT_TRUE(answerOf<bool>([&](auto done) { manager.reloadCurrentUserConfigurationWithCallback(done); }));
+    EXPECT_EQ(manager.compositeIndex().size(), 6);
+
+    // Each base ruleset's `set` lines decide which optional files join it.
     const QStringList optional{"/opt/exec", "/opt/startup", "/opt/user", "/opt/webcam"};
     const struct
     {
@@ -63,7 +67,6 @@ TEST_F(RuleManagerLoad, SettingsChooseTheBaseRulesetAndItsSetLinesKeepOptionalFi
         // quiven.rc turns exec.rc off with its own `set` line.
         {0, {"/base/quiven", "/opt/startup", "/opt/user", "/opt/webcam"}},
         {1, QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/webcam"}},
-        {2, QStringList{"/base/paranoid"} + optional},
         {3, optional},
         {-1, optional},
         // Settings not known yet read as ruleset 0.
@@ -82,52 +85,22 @@ TEST_F(RuleManagerLoad, SettingsChooseTheBaseRulesetAndItsSetLinesKeepOptionalFi
         EXPECT_EQ(rulePaths(fresh, true), expected) << entry.inUse.toString().toStdString();
         EXPECT_TRUE(rulePaths(fresh, false).isEmpty());
     }
-}
 
-TEST_F(RuleManagerLoad, FullLoadMergesSystemFilesPreferencesAndTheDaemonsUserRules)
-{
-    daemons.writeSettings({{QString::fromLatin1(NVCSettingsClient::rulesetInUseKey), 1}});
-    // The preferences turn the camera rules off and, being read, outrank the
-    // classic ruleset's `set policy.global.user 2`.
-    daemons.writeSharedFile(QStringLiteral("com.norvalis.QUIVEN.preferences.plist"),
-                            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-                            "<key>policy.global.webcam</key><integer>2</integer></dict></plist>\n");
-    daemons.writeSharedFile(QStringLiteral("local.quiven.rc"),
-                            ruleLine("allow", "/home/ann/notes") +
-                                "watch prefix \"/etc/\" \"any\" wc \"configuration changes\"\n");
-    start();
-
-    ASSERT_EQ(answerOf<bool>([&](auto done) { manager->loadSystemRuleSetWithCallback(done); }), true)
-        << daemons.failureText().toStdString();
-    EXPECT_EQ(rulePaths(*manager, true),
-              (QStringList{"/base/classic", "/opt/exec", "/opt/startup", "/opt/user"}));
-    EXPECT_EQ(rulePaths(*manager, false), (QStringList{"/etc/", "/home/ann/notes"}));
-    EXPECT_EQ(manager->userPolicies().size(), 1);
-    EXPECT_EQ(manager->userWatchRules().size(), 1);
-
-    // A reload starts from scratch instead of stacking a second copy.
-    ASSERT_TRUE(
-        answerOf<bool>([&](auto done) { manager->reloadCurrentUserConfigurationWithCallback(done); }));
-    EXPECT_EQ(manager->compositeIndex().size(), 6);
-}
-
-TEST_F(RuleManagerLoad, UnreachableSettingsAddNothingAndNeverFinishTheLoad)
-{
-    LogCapture log;
-    start();
+    NVCRuleManager idle(connection, NVCNamespace(QString()));
     std::optional<bool> answer;
-    manager->addFileContentsFromSettings({}, QDBusError(QDBusError::NoReply, QStringLiteral("gone")),
-                                         [&](bool added) { answer = added; });
+    idle.addFileContentsFromSettings({}, QDBusError(QDBusError::NoReply, QStringLiteral("gone")),
+                                     [&](bool added) { answer = added; });
     EXPECT_EQ(answer, std::optional<bool>(false));
-    EXPECT_TRUE(manager->compositeIndex().isEmpty());
-
+    EXPECT_TRUE(idle.compositeIndex().isEmpty());
+    // Without the settings daemon the load never finishes.
+    LogCapture log;
     daemons.settingsd().kill9();
     ASSERT_TRUE(daemons.bus().waitForNameGone(QStringLiteral("com.norvalis.nrsettingsd")));
     bool called = false;
-    manager->loadSystemRuleSetWithCallback([&](bool) { called = true; });
+    idle.loadSystemRuleSetWithCallback([&](bool) { called = true; });
     ASSERT_TRUE(log.waitFor(QStringLiteral("Failed to add system settings")));
     EXPECT_FALSE(called);
-    EXPECT_TRUE(manager->compositeIndex().isEmpty());
+    EXPECT_TRUE(idle.compositeIndex().isEmpty());
 }
 
 } // namespace

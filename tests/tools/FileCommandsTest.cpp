@@ -1,145 +1,70 @@
 #include "QuivenctlRunner.h"
 #include "TestFiles.h"
 
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 // The commands that read and write rule files without a daemon. What the rules
 // mean is the libraries'; these prove each command is wired to them.
 namespace {
 
-QStringList field(const QJsonObject &report, const char *name)
-{
-    QStringList values;
-    for (const QJsonValue &row : report["rows"].toArray())
-        values << row[QLatin1String(name)].toString();
-    return values;
-}
-
-TEST(QuivenctlFiles, TokenizePrintsOneArrayPerInputLine)
+TEST(QuivenctlFiles, TokenizeWriteAndParseHandleRuleFiles)
 {
     const QuivenctlRun run = runQuivenctl({"tokenize"}, "allow path \"/a b/c\" r\n\n\"x \" \"y\"\nü \"ø\"");
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out,
               QByteArray("[\"allow\",\"path\",\"/a b/c\",\"r\"]\n[]\n[\"\",\"x y\"]\n[\"ü\",\"ø\"]\n"));
-}
 
-TEST(QuivenctlFiles, ParseReportsEachFileAndTheRowsOfTheTable)
-{
-    RuleFolder folder;
-    const QString file = folder.write("rules.rc", R"(set policy.global.webcam 2
+    QTemporaryDir folder;
+    const QByteArray rules = "watch suffix \".key\" \"any\" rw \"keys\"\n"
+                             "allow path \"/c\" \"/usr/bin/one\" w \"\" \"\" \"7\"\n";
+    const QString input = folder.filePath("in.rc");
+    ASSERT_TRUE(writeFile(input, rules));
+    const QString out = folder.filePath("out.rc");
+    const QuivenctlRun written = runQuivenctl({"write", "--out", out, input});
+    ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();
+    EXPECT_EQ(readFile(out), rules);
+
+    const QString second = folder.filePath("second.rc");
+    const QuivenctlRun failed =
+        runQuivenctl({"write", "--out", second, input, folder.filePath("missing.rc")});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_TRUE(failed.object()["error"].toString().contains("missing.rc"));
+    EXPECT_FALSE(QFile::exists(second));
+
+    const QString file = folder.filePath("rules.rc");
+    ASSERT_TRUE(writeFile(file, R"(set policy.global.webcam 2
 trace /tmp/x /usr/bin/strace
 watch prefix "/etc/" "any" w "s"
 deny path "/etc/shadow" "/usr/bin/foo via /usr/bin/bar" rw "t" "ABCDEFGHIJ" "123"
 allow prefix "/Backup/" "/usr/bin/one" r "" "" "1"
 allow prefix "/Users/" "any" rw "t" "AAAAAAAAAA" "1"
-)");
-    const QString missing = folder.path("missing.rc");
-    const QuivenctlRun run = runQuivenctl({"parse", "--system", "--validating", file, missing});
-    EXPECT_EQ(run.exitCode, 1);
-    const QJsonObject report = run.object();
-    EXPECT_EQ(report["files"].toArray(),
-              QJsonArray({QJsonObject{{"path", file}, {"ok", true}, {"error", QJsonValue::Null}},
-                          QJsonObject{{"path", missing},
-                                      {"ok", false},
-                                      {"error", QString("failed to load contents of " + missing)}}}));
-    EXPECT_EQ(report["options"].toArray(),
-              QJsonArray({QJsonObject{{"name", "policy.global.webcam"}, {"value", 2}}}));
-    EXPECT_EQ(report["traceRules"].toArray(),
-              QJsonArray({QJsonObject{{"processName", "/usr/bin/strace"}, {"path", "/tmp/x"}}}));
-    EXPECT_EQ(report["teamIDs"].toArray(), QJsonArray({"AAAAAAAAAA"}));
-    EXPECT_EQ(report["policyRules"].toArray().size(), 3);
-    EXPECT_EQ(field(report, "path"), QStringList({"/etc/", "/Users/", "/etc/shadow", "/Backup/"}));
-    EXPECT_EQ(
-        report["rows"][2].toObject(),
-        QJsonObject({
-            {"kind", "policy"},
-            {"policyClass", 1},
-            {"policyType", 1},
-            {"path", "/etc/shadow"},
-            {"processName", "/usr/bin/foo via /usr/bin/bar"},
-            {"operations", 3},
-            {"flags", 4},
-            {"tag", ""},
-            {"constraint", "ABCDEFGHIJ"},
-            {"created", 123},
-            {"sequence", 1},
-            {"system", true},
-            {"name", "foo"},
-            {"group", "foo:/usr/bin/foo:/usr/bin/bar:ABCDEFGHIJ"},
-            {"valid", true},
-            {"redundant", false},
-            {"text", R"(deny path "/etc/shadow" "/usr/bin/foo via /usr/bin/bar" rw "" "ABCDEFGHIJ" "123")"},
-        }));
-
-    EXPECT_EQ(field(runQuivenctl({"parse", "--filter", "BACKUP", file}).object(), "path"),
-              QStringList({"/Backup/"}));
-    EXPECT_EQ(field(runQuivenctl({"parse", "--sort", "path:desc", file}).object(), "path"),
-              QStringList({"/Users/", "/etc/shadow", "/etc/", "/Backup/"}));
-}
-
-TEST(QuivenctlFiles, LoadReadsTheFilesOfTheFolderOverrides)
-{
-    RuleFolder root;
-    for (const char *name : {"quiven.rc", "user.rc", "webcam.rc", "startup.rc"})
-        root.write(QString("system/") + name,
-                   "deny path \"/" + QByteArray(name) + "\" \"any\" w \"\" \"\" \"1\"\n");
-    root.write("shared/local.quiven.rc", "allow prefix \"~/src/\" \"/usr/bin/git\" rw \"mine\" \"\" \"1\"\n");
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("QUIVEN_SYSTEM_RULES_DIR", root.path("system") + '/');
-    environment.insert("QUIVEN_SHARED_DIR", root.path("shared") + '/');
-
-    // exec.rc is missing.
-    const QuivenctlRun all = runQuivenctl({"load"}, {}, environment);
-    EXPECT_EQ(all.exitCode, 1);
-    EXPECT_EQ(all.object()["files"].toArray().size(), 6);
-    EXPECT_EQ(all.object()["files"][5]["path"], root.path("system/exec.rc"));
-    EXPECT_EQ(field(all.object(), "path"),
-              QStringList({"/quiven.rc", "/user.rc", "/webcam.rc", "/startup.rc", "~/src/"}));
-
-    root.write("system/exec.rc", "deny prefix \"/tmp/\" \"any\" x \"\" \"\" \"1\"\n");
-    const QuivenctlRun userOnly = runQuivenctl({"load", "--user-only"}, {}, environment);
-    EXPECT_EQ(userOnly.exitCode, 0) << userOnly.err.toStdString();
-    EXPECT_EQ(field(userOnly.object(), "path"), QStringList({"~/src/"}));
-}
-
-TEST(QuivenctlFiles, WriteRoundTripsAndWritesNothingWhenAnInputFails)
-{
-    RuleFolder folder;
-    const QByteArray rules = "watch suffix \".key\" \"any\" rw \"keys\"\n"
-                             "allow path \"/c\" \"/usr/bin/one\" w \"\" \"\" \"7\"\n";
-    const QString input = folder.write("in.rc", rules);
-    const QString out = folder.path("out.rc");
-    const QuivenctlRun run = runQuivenctl({"write", "--out", out, input});
-    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.object(), QJsonObject({{"ok", true}, {"error", QJsonValue::Null}}));
-    EXPECT_EQ(readFile(out), rules);
-
-    const QString second = folder.path("second.rc");
-    const QuivenctlRun failed = runQuivenctl({"write", "--out", second, input, folder.path("missing.rc")});
-    EXPECT_EQ(failed.exitCode, 1);
-    EXPECT_TRUE(failed.object()["error"].toString().contains("missing.rc"));
-    EXPECT_FALSE(QFile::exists(second));
-}
-
-TEST(QuivenctlFiles, GeneratedRulesReadBackValid)
-{
-    RuleFolder folder;
-    const QString file =
-        folder.write("generated.rc", runQuivenctl({"generate", "--rules", "400", "--seed", "9"}).out);
-    const QuivenctlRun run = runQuivenctl({"parse", "--validating", file});
-    ASSERT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.object()["rows"].toArray().size(), 400);
-    for (const QJsonValue &row : run.object()["rows"].toArray())
-        EXPECT_TRUE(row["valid"].toBool()) << row["text"].toString().toStdString();
+)"));
+    const QString missing = folder.filePath("missing.rc");
+    const QuivenctlRun parsed = runQuivenctl({"parse", "--system", "--validating", file, missing});
+    EXPECT_EQ(parsed.exitCode, 1);
+    const QJsonObject report = parsed.object();
+    EXPECT_EQ(report["files"][0]["ok"], true);
+    EXPECT_EQ(report["files"][1]["error"], QString("failed to load contents of " + missing));
+    EXPECT_EQ(report["options"][0]["value"], 2);
+    QStringList paths;
+    for (const QJsonValue &row : report["rows"].toArray())
+        paths << row["path"].toString();
+    EXPECT_EQ(paths, QStringList({"/etc/", "/Users/", "/etc/shadow", "/Backup/"}));
+    const QJsonObject row = report["rows"][2].toObject();
+    EXPECT_EQ(row["group"], "foo:/usr/bin/foo:/usr/bin/bar:ABCDEFGHIJ");
+    EXPECT_EQ(row["text"],
+              R"(deny path "/etc/shadow" "/usr/bin/foo via /usr/bin/bar" rw "" "ABCDEFGHIJ" "123")");
 }
 
 TEST(QuivenctlFiles, MatchAnswersWithTableRowsAndExitsOneWithoutAValidMatch)
 {
-    RuleFolder folder;
-    const QString file = folder.write("rules.rc", R"(deny prefix "/home/ann/" "any" rw "" "" "0"
+    QTemporaryDir folder;
+    const QString file = folder.filePath("rules.rc");
+    ASSERT_TRUE(writeFile(file, R"(deny prefix "/home/ann/" "any" rw "" "" "0"
 allow path "/home/ann/tax.pdf" "/usr/bin/evince" r "" "" "0"
 permit prefix "/home/" "/usr/bin/evince" r "" "" "0"
-)");
+)"));
     const QStringList access{"rules", "match", "--process", "/usr/bin/evince", "--operation", "r", "--path"};
     const QuivenctlRun json =
         runQuivenctl(access + QStringList{"/home/ann/tax.pdf", "--json", "--system", file});
@@ -149,7 +74,6 @@ permit prefix "/home/" "/usr/bin/evince" r "" "" "0"
     const QJsonArray rows = runQuivenctl({"parse", "--system", file}).object()["rows"].toArray();
     for (const QJsonValue &found : matches)
         EXPECT_EQ(rows[found["row"].toInt()]["text"], found["text"]);
-    EXPECT_EQ(matches[0]["class"], "deny");
     EXPECT_EQ(json.object()["wouldMatchIfValid"][0]["path"], "/home/");
 
     const QuivenctlRun table = runQuivenctl(access + QStringList{"/home/ann/tax.pdf", file});
@@ -170,12 +94,8 @@ TEST(QuivenctlFiles, RulesAddNamesWhatIsWrongWithTheRule)
         {{"/a", "--class", "permit", "--process", "any", "--operations", "r"},
          "the class must be allow, deny"},
         {{"/a", "--process", "any", "--operations", "rq"}, "'q' is not an operation letter"},
-        {{"/a", "--process", "any"}, "give at least one operation"},
         {{"/a\"\nallow prefix \"/\" \"any\" rwcmx \"\" \"\" \"0", "--process", "any", "--operations", "r"},
          holds.arg("the path")},
-        {{"/a", "--process", "/usr/bin/x\u2028y", "--operations", "r"}, holds.arg("the process")},
-        {{"/a", "--process", "/usr/bin/x", "--parent", "/bin/\"sh", "--operations", "r"},
-         holds.arg("the parent")},
         {{"/a", "--process", "any", "--operations", "r", "--tag", "one\rtwo"}, holds.arg("the tag")},
     };
     for (const auto &[fields, message] : cases) {
@@ -190,18 +110,7 @@ TEST(QuivenctlFiles, UsageErrorsExitWithTwoAndPrintOnlyToStandardError)
     const QStringList access{"rules", "match", "--process", "/usr/bin/vi", "--path", "/etc/x"};
     const std::pair<QStringList, const char *> cases[] = {
         {{}, ""},
-        {{"no-such-command"}, ""},
-        {{"rules", "frobnicate"}, ""},
         {{"rules", "add", "--class", "deny", "--type", "path", "--process", "any"}, "--path is required"},
-        {{"tokenize", "file.rc"}, ""},
-        {{"load", "some.rc"}, ""},
-        {{"parse"}, ""},
-        {{"parse", "--sort", "path:down", "x.rc"}, ""},
-        {{"write", "--out", "o.rc"}, ""},
-        {{"generate", "--rules", "many"}, ""},
-        {{"generate", "--rules", "5", "--shared-group", "6"}, ""},
-        {access, "required"},
-        {access + QStringList{"--operation", "rw"}, "one of r, w, c, m, x"},
         {{"rules", "match", "--process", "vi", "--path", "/etc/x", "--operation", "r"}, "full path"},
         {access + QStringList{"--operation", "r", "--system"}, "--system"},
     };

@@ -1,27 +1,31 @@
 #include "QuivenctlRunner.h"
 
-#include "TestFiles.h"
-
 #include <QProcess>
 #include <gtest/gtest.h>
 
 QuivenctlRun runQuivenctl(const QStringList &arguments, const QByteArray &input,
                           const QProcessEnvironment &environment)
 {
-    QProcess process;
     QProcessEnvironment quiet = environment;
     quiet.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("*.debug=false"));
-    process.setProcessEnvironment(quiet);
-    process.start(QStringLiteral(QUIVEN_BINARY_DIR "/tools/quivenctl/quivenctl"), arguments);
+    return runChild(QStringLiteral(QUIVEN_BINARY_DIR "/tools/quivenctl/quivenctl"), arguments, input, quiet);
+}
+
+QuivenctlRun runChild(const QString &program, const QStringList &arguments, const QByteArray &input,
+                      const QProcessEnvironment &environment)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
     QuivenctlRun run;
     if (!process.waitForStarted()) {
-        ADD_FAILURE() << "quivenctl did not start: " << process.errorString().toStdString();
+        ADD_FAILURE() << program.toStdString() << " did not start: " << process.errorString().toStdString();
         return run;
     }
     process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(120000)) {
-        ADD_FAILURE() << "quivenctl did not finish";
+        ADD_FAILURE() << program.toStdString() << " did not finish";
         process.kill();
         process.waitForFinished();
     }
@@ -29,44 +33,4 @@ QuivenctlRun runQuivenctl(const QStringList &arguments, const QByteArray &input,
     run.out = process.readAllStandardOutput();
     run.err = process.readAllStandardError();
     return run;
-}
-
-RuleFolder::RuleFolder()
-{
-    EXPECT_TRUE(m_dir.isValid());
-}
-
-QString RuleFolder::write(const QString &relativePath, const QByteArray &content) const
-{
-    const QString full = path(relativePath);
-    EXPECT_TRUE(writeFile(full, content));
-    return full;
-}
-
-QString RuleFolder::path(const QString &relativePath) const
-{
-    return relativePath.isEmpty() ? m_dir.path() + QLatin1Char('/') : m_dir.filePath(relativePath);
-}
-
-QStringList ruleTexts(const QJsonArray &rules)
-{
-    QStringList texts;
-    for (const QJsonValue &rule : rules)
-        texts << rule[QStringLiteral("text")].toString();
-    return texts;
-}
-
-void PrintTo(const QString &text, std::ostream *os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
-
-void PrintTo(const QStringList &list, std::ostream *os)
-{
-    *os << QJsonDocument(QJsonArray::fromStringList(list)).toJson(QJsonDocument::Compact).toStdString();
-}
-
-void PrintTo(const QJsonValue &value, std::ostream *os)
-{
-    *os << QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact).toStdString();
 }

@@ -6,8 +6,6 @@
 #include <QJsonObject>
 #include <QProcessEnvironment>
 #include <QStringList>
-#include <QTemporaryDir>
-#include <ostream>
 
 // Runs the built quivenctl with arguments, standard input and environment,
 // and keeps what it printed.
@@ -22,23 +20,6 @@ struct QuivenctlRun
 
 QuivenctlRun runQuivenctl(const QStringList &arguments, const QByteArray &input = {},
                           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
-
-// A temporary folder with helpers to drop rule files into it.
-class RuleFolder
-{
-public:
-    RuleFolder();
-    QString write(const QString &relativePath, const QByteArray &content) const;
-    QString path(const QString &relativePath = {}) const;
-
-private:
-    QTemporaryDir m_dir;
-};
-
-// Readable values in assertion messages.
-void PrintTo(const QString &text, std::ostream *os);
-void PrintTo(const QStringList &list, std::ostream *os);
-void PrintTo(const QJsonValue &value, std::ostream *os);
-
-// The "text" field of every rule in a JSON array, in order.
-QStringList ruleTexts(const QJsonArray &rules);
+// The same for any program.
+QuivenctlRun runChild(const QString &program, const QStringList &arguments, const QByteArray &input,
+                      const QProcessEnvironment &environment);

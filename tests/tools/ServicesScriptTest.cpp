@@ -1,19 +1,19 @@
 #include "BuildPaths.h"
 #include "QuivenctlRunner.h"
 #include "TestFiles.h"
+#include "WaitUntil.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <csignal>
 #include <gtest/gtest.h>
 
 using quiven::test::sourceFile;
 
 namespace {
 
-// What the script printed and how it ended.
 using ScriptRun = QuivenctlRun;
 
 // A process counts as gone once it has exited, even while nobody reaps it.
@@ -21,20 +21,6 @@ bool running(qint64 pid)
 {
     const QByteArray line = readFile(QStringLiteral("/proc/%1/stat").arg(pid));
     return !line.isEmpty() && line.mid(line.lastIndexOf(')') + 2, 1) != "Z";
-}
-
-// Live processes whose command line mentions `text`.
-QList<qint64> livingProcessesMentioning(const QString &text)
-{
-    QList<qint64> found;
-    for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-        bool isPid = false;
-        const qint64 pid = entry.toLongLong(&isPid);
-        if (isPid && readFile(QStringLiteral("/proc/%1/cmdline").arg(entry)).contains(text.toUtf8()) &&
-            running(pid))
-            found << pid;
-    }
-    return found;
 }
 
 // scripts/services.sh with its state file and temporary roots in a folder of its own.
@@ -54,21 +40,9 @@ protected:
         environment.insert(QStringLiteral("QUIVEN_SERVICES_STATE"), stateFile());
         environment.insert(QStringLiteral("TMPDIR"), roots());
         environment.insert(QStringLiteral("QUIVEN_DEV_AUTH"), authorityAnswer);
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("bash"),
-                      QStringList{sourceFile(QStringLiteral("scripts/services.sh"))} + arguments);
-        ScriptRun run;
-        if (!process.waitForFinished(60000)) {
-            ADD_FAILURE() << "services.sh did not finish";
-            process.kill();
-            process.waitForFinished();
-            return run;
-        }
-        run.exitCode = process.exitCode();
-        run.out = process.readAllStandardOutput();
-        run.err = process.readAllStandardError();
-        return run;
+        return runChild(QStringLiteral("bash"),
+                        QStringList{sourceFile(QStringLiteral("scripts/services.sh"))} + arguments, {},
+                        environment);
     }
 
     ScriptRun start(const QString &authorityAnswer = QStringLiteral("grant"))
@@ -107,75 +81,71 @@ QMap<QString, QString> exportsOf(const QByteArray &output)
     return exports;
 }
 
-TEST_F(ServicesScript, StartRunsTheDaemonsAndStopLeavesNothingBehind)
+TEST_F(ServicesScript, StartRunsTheDaemonsTheCommandsDriveAndStopOrAFailedStartLeavesNothingBehind)
 {
-    // A dead run's state must not block the start; pid 1 runs something else and is left alone.
-    const QString staleRoot = roots() + QStringLiteral("/quiven-services.stale");
-    ASSERT_TRUE(QDir().mkpath(staleRoot + QStringLiteral("/shared")));
-    ASSERT_TRUE(writeFile(stateFile(), "root " + staleRoot.toUtf8() + "\npid 1 dbus-daemon\n"));
+    // The authority refuses to run with an answer it does not know, after the bus is up.
+    const ScriptRun failed = start(QStringLiteral("sometimes"));
+    EXPECT_NE(failed.exitCode, 0);
+    EXPECT_TRUE(failed.err.contains("nrauthd")) << failed.err.toStdString();
+    EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
 
+    // A dead run's state must not block the start; pid 1 runs something else and is left alone.
+    ASSERT_TRUE(writeFile(stateFile(), "pid 1 dbus-daemon\n"));
     const ScriptRun started = start();
     ASSERT_EQ(started.exitCode, 0) << started.err.toStdString();
-    EXPECT_FALSE(QFile::exists(staleRoot));
     EXPECT_TRUE(running(1));
-    const QMap<QString, QString> exports = exportsOf(started.out);
-    ASSERT_EQ(exports.keys(),
-              (QStringList{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("QUIVEN_AUTHD_PID"),
-                           QStringLiteral("QUIVEN_FILTERD_PID"), QStringLiteral("QUIVEN_SETTINGSD_PID"),
-                           QStringLiteral("QUIVEN_SHARED_DIR"), QStringLiteral("QUIVEN_SYSTEM_RULES_DIR")}))
-        << started.out.toStdString();
     const QList<qint64> pids = recordedPids();
     ASSERT_EQ(pids.size(), 4);
-    for (const char *daemon : {"QUIVEN_AUTHD_PID", "QUIVEN_SETTINGSD_PID", "QUIVEN_FILTERD_PID"})
-        EXPECT_TRUE(pids.contains(exports.value(QString::fromLatin1(daemon)).toLongLong())) << daemon;
     for (const qint64 pid : pids)
         EXPECT_TRUE(running(pid)) << pid;
-    ASSERT_EQ(rootsLeft().size(), 1);
-    EXPECT_TRUE(QFile::exists(exports.value(QStringLiteral("QUIVEN_SYSTEM_RULES_DIR")) +
-                              QStringLiteral("quiven.rc")));
-    EXPECT_TRUE(QFile::exists(exports.value(QStringLiteral("QUIVEN_SHARED_DIR")) +
-                              QStringLiteral("local.quiven.rc")));
 
-    // The exported environment is all a client needs.
+    // The exported environment is all quivenctl's daemon and settings commands need.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QMap<QString, QString> exports = exportsOf(started.out);
     for (auto it = exports.begin(); it != exports.end(); ++it)
         environment.insert(it.key(), it.value());
-    const QuivenctlRun status =
-        runQuivenctl({QStringLiteral("daemon"), QStringLiteral("status")}, {}, environment);
-    EXPECT_EQ(status.exitCode, 0) << status.err.toStdString();
-    const QuivenctlRun change = runQuivenctl(
-        {QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("learning"), QStringLiteral("on")},
-        {}, environment);
-    EXPECT_EQ(change.exitCode, 0) << change.err.toStdString();
+    const auto run = [&](const QStringList &arguments) { return runQuivenctl(arguments, {}, environment); };
+    const auto status = [&]() -> QJsonValue { return run({"daemon", "status"}).object()["status"]; };
+    EXPECT_EQ(status(), 1);
+    const QuivenctlRun disable = run({"daemon", "disable", "--cleanup"});
+    EXPECT_EQ(disable.exitCode, 0) << disable.err.toStdString();
+    EXPECT_EQ(status(), 0);
+    EXPECT_EQ(run({"daemon", "enable"}).exitCode, 0);
+    EXPECT_EQ(status(), 1);
+    EXPECT_EQ(run({"daemon", "reload"}).object()["reloaded"], true);
+    const QString failsafe = exports.value(QStringLiteral("QUIVEN_SHARED_DIR")) + "failsafe.rc";
+    ASSERT_TRUE(QFile::exists(failsafe));
+    EXPECT_EQ(run({"daemon", "delete-failsafe"}).exitCode, 0);
+    EXPECT_FALSE(QFile::exists(failsafe));
+    EXPECT_TRUE(run({"daemon", "rules"}).out.contains("hosts file changes"));
+
+    EXPECT_EQ(run({"settings", "set", "ruleset", "2", "--no-prompt"}).exitCode, 0);
+    // Without a terminal the tool does not prompt even without --no-prompt.
+    EXPECT_EQ(run({"settings", "set", "learning", "on"}).exitCode, 0);
+    const QJsonObject settings = run({"settings", "get"}).object();
+    EXPECT_EQ(settings["quiven-system-ruleset-in-use"], 2);
+    EXPECT_EQ(settings["quiven-learning-mode"], true);
+    const QuivenctlRun usage = run({"settings", "set", "ruleset", "3"});
+    EXPECT_EQ(usage.exitCode, 2);
+    EXPECT_TRUE(usage.err.contains("usage:")) << usage.err.toStdString();
+    EXPECT_EQ(run({"settings", "get"}).object(), settings);
 
     // A second start must not take over, nor disturb, the running set.
-    const ScriptRun again = start();
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_TRUE(exportsOf(again.out).isEmpty());
+    EXPECT_EQ(start().exitCode, 1);
     EXPECT_EQ(recordedPids(), pids);
-    for (const qint64 pid : pids)
-        EXPECT_TRUE(running(pid)) << pid;
+    const qint64 filterd = exports.value(QStringLiteral("QUIVEN_FILTERD_PID")).toLongLong();
+    ::kill(pid_t(filterd), SIGTERM);
+    ASSERT_TRUE(waitUntil([&] { return !running(filterd); }));
+    const QuivenctlRun failedStatus = run({"daemon", "status"});
+    EXPECT_EQ(failedStatus.exitCode, 1);
+    EXPECT_TRUE(failedStatus.err.contains("com.norvalis.nrquivend")) << failedStatus.err.toStdString();
 
-    const ScriptRun stopped = script({QStringLiteral("stop")});
-    EXPECT_EQ(stopped.exitCode, 0) << stopped.err.toStdString();
+    EXPECT_EQ(script({QStringLiteral("stop")}).exitCode, 0);
     for (const qint64 pid : pids)
         EXPECT_FALSE(running(pid)) << pid;
     EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
     EXPECT_FALSE(QFile::exists(stateFile()));
-
     EXPECT_EQ(script({QStringLiteral("stop")}).exitCode, 0);
-}
-
-TEST_F(ServicesScript, AFailedStartTakesDownWhatItHadStarted)
-{
-    // The authority refuses to run with an answer it does not know, after the bus is up.
-    const ScriptRun started = start(QStringLiteral("sometimes"));
-    EXPECT_NE(started.exitCode, 0);
-    EXPECT_TRUE(exportsOf(started.out).isEmpty()) << started.out.toStdString();
-    EXPECT_TRUE(started.err.contains("nrauthd")) << started.err.toStdString();
-    EXPECT_FALSE(QFile::exists(stateFile()));
-    EXPECT_TRUE(rootsLeft().isEmpty()) << rootsLeft().join(u' ').toStdString();
-    EXPECT_TRUE(livingProcessesMentioning(roots()).isEmpty());
 }
 
 } // namespace
