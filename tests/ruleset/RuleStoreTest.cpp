@@ -61,7 +61,6 @@ TEST_F(RuleStoreTest, DeleteAnswersWhetherTheRuleIsStillStored)
     EXPECT_FALSE(paths(rows(manager, true)).contains(u"/z/1"_s));
     EXPECT_FALSE(manager.deletePolicyRule(zeta));
     EXPECT_FALSE(manager.deleteWatchRule(watchUser));
-    EXPECT_FALSE(manager.deleteWatchRule(watchUser));
     EXPECT_EQ(manager.totalRules(true), 4u);
 
     // Removal is by identity: an equal twin stays.

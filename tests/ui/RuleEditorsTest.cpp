@@ -1,11 +1,17 @@
 #include "ApplicationFixture.h"
+#include "DGPreferencesWindow.h"
 #include "EditPolicyWindowController.h"
 #include "EditWatchWindowController.h"
+#include "ImportWindowController.h"
 #include "NVCEditPolicyUI.h"
 #include "RulesTableModel.h"
 #include "ui_EditPolicyWindowController.h"
 #include "ui_EditWatchWindowController.h"
 
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QMenu>
 #include <QTableView>
 #include <QTest>
@@ -27,6 +33,8 @@ QMessageBox *invalidInputWarning(QWidget *editor)
         [&] { return (found = editor->findChild<QMessageBox *>(QStringLiteral("invalidInputWarning"))); });
     return found;
 }
+
+// Every control a screen reader user meets has a name and takes keyboard focus.
 
 } // namespace
 
@@ -205,6 +213,36 @@ TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKindAndSystemRulesReadOnly)
     EXPECT_EQ(editor->form()->constraintTextField->text(), QStringLiteral("APPLE_PF_BINARY"));
 }
 
+// Every control a screen reader user meets has a name and takes keyboard focus.
+TEST_F(RuleEditors, EveryControlHasANameAndTheKeyboardReachesIt)
+{
+    ASSERT_TRUE(unlock());
+    window->newPolicyRule();
+    window->newWatchRule();
+    daemons->writeSharedFile(QStringLiteral("suggested.quiven"),
+                             R"(allow prefix "/tmp/" "/usr/bin/env" r "" "" "0")");
+    window->handleFileImport(daemons->sharedFolder() + QStringLiteral("suggested.quiven"));
+    delegate->showPreferences();
+
+    for (QWidget *shown : std::initializer_list<QWidget *>{
+             window->editPolicyWindowController(), window->editWatchWindowController(),
+             window->importWindowController(), delegate->preferencesWindow()}) {
+        ASSERT_TRUE(shown);
+        for (QWidget *control : shown->findChildren<QWidget *>()) {
+            if (!qobject_cast<QAbstractButton *>(control) && !qobject_cast<QComboBox *>(control) &&
+                !qobject_cast<QLineEdit *>(control) && !qobject_cast<QAbstractItemView *>(control))
+                continue;
+            // Parts of other controls (a table's headers) have no name of their own.
+            if (control->window() != shown || control->objectName().isEmpty())
+                continue;
+            const QString name = control->accessibleName().isEmpty() ? control->property("text").toString()
+                                                                     : control->accessibleName();
+            EXPECT_FALSE(name.isEmpty()) << control->objectName().toStdString();
+            EXPECT_TRUE(control->focusPolicy() & Qt::TabFocus) << control->objectName().toStdString();
+        }
+    }
+}
+
 class LockedRuleEditors : public RuleEditors
 {
 protected:
@@ -224,3 +262,5 @@ TEST_F(LockedRuleEditors, ASaveTheAuthorityRefusesChangesNothing)
     EXPECT_EQ(daemons->userFile(), before);
     EXPECT_FALSE(RulesDirtyFlag::isSet());
 }
+
+// Every control a screen reader user meets has a name and takes keyboard focus.
