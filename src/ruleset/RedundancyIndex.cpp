@@ -3,6 +3,7 @@
 #include "RuleManager.h"
 #include "RulePrefetch.h"
 #include "StringEquality.h"
+#include "TextRanks.h"
 
 #include <algorithm>
 #include <cstring>
@@ -44,6 +45,13 @@ qsizetype commonPrefixLength(QStringView a, QStringView b)
     while (i < n && x[i] == y[i])
         ++i;
     return i;
+}
+
+// Equal code units; the texts of a group are mostly shared, so equal data is tried first.
+bool sameUnits(QStringView a, QStringView b)
+{
+    return a.size() == b.size() &&
+           (a.utf16() == b.utf16() || std::memcmp(a.utf16(), b.utf16(), std::size_t(a.size()) * 2) == 0);
 }
 
 // Code unit order: any total order serves, as long as a path's prefixes sort
@@ -106,7 +114,7 @@ template <typename List>
 auto findBucket(List &list, quint32 policyClass, const QString &constraint) -> decltype(list.data())
 {
     for (auto &bucket : list) {
-        if (bucket.policyClass == policyClass && bucket.constraint == constraint)
+        if (bucket.policyClass == policyClass && sameUnits(bucket.constraint, constraint))
             return &bucket;
     }
     return nullptr;
@@ -126,9 +134,9 @@ template <typename List> auto &bucketFor(List &list, quint32 policyClass, const 
 
 RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
 {
-    // Prefix rules sorted by path, so that rules on one path lie together. The
-    // views spare each comparison a visit to the rule.
-    std::vector<std::pair<QStringView, const PolicyRule *>> prefixRules;
+    // Prefix rules sorted by path, so that rules on one path lie together.
+    std::vector<QStringView> prefixPaths;
+    std::vector<const PolicyRule *> prefixRules;
     members.reserve(std::size_t(group.size()));
     constexpr qsizetype distance = 8;
     for (qsizetype i = 0; i < group.size(); ++i) {
@@ -138,23 +146,25 @@ RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
         if (!member || !canCover(*member))
             continue;
         const PolicyRule &rule = *member;
-        if (isWholeScopePath(rule.path))
+        if (isWholeScopePath(rule.path)) {
             bucketFor(wholeScope, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
-        else if (rule.policyType == PolicyType::Prefix)
-            prefixRules.emplace_back(rule.path, &rule);
-        else
+        } else if (rule.policyType == PolicyType::Prefix) {
+            prefixPaths.emplace_back(rule.path);
+            prefixRules.push_back(&rule);
+        } else {
             continue;
+        }
         members.push_back(&rule);
     }
     std::sort(members.begin(), members.end());
-    std::sort(prefixRules.begin(), prefixRules.end(),
-              [](const auto &a, const auto &b) { return unitLess(a.first, b.first); });
-    for (const auto &[path, rule] : prefixRules) {
-        if (prefix.empty() || pathOf(prefix.back()) != path) {
+    for (const std::size_t at : codeUnitOrder(prefixPaths)) {
+        const QStringView path = prefixPaths[at];
+        const PolicyRule &rule = *prefixRules[at];
+        if (prefix.empty() || !sameUnits(pathOf(prefix.back()), path)) {
             prefix.push_back({quint32(pathText.size()), quint32(path.size()), -1, {}});
             pathText.append(path.utf16(), std::size_t(path.size()));
         }
-        bucketFor(prefix.back().buckets, rule->policyClass, rule->constraint).add(lowMask(rule->operations));
+        bucketFor(prefix.back().buckets, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
     }
 
     // In sorted order every prefix of a path comes before it, and the stack
@@ -216,7 +226,7 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
         if (!bucket)
             continue;
         int count = bucket->coveringCount(mask);
-        if (count > 0 && rule.policyType == PolicyType::Prefix && QStringView(rule.path) == pathOf(prefix[i]))
+        if (count > 0 && rule.policyType == PolicyType::Prefix && sameUnits(rule.path, pathOf(prefix[i])))
             count -= selfCount(rule);
         if (count > 0)
             return true;
@@ -224,23 +234,12 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
     return false;
 }
 
-const RedundancyIndex::GroupIndex &RedundancyIndex::indexOf(const QList<PolicyRulePtr> &group)
-{
-    auto it = m_groups.find(&group);
-    if (it == m_groups.end())
-        it = m_groups.try_emplace(&group, group).first;
-    return it->second;
-}
-
-bool RedundancyIndex::isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
-{
-    return indexOf(group).isRedundant(rule);
-}
-
 bool RedundancyIndex::isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule)
 {
-    const GroupIndex *index = indexOf(store, rule);
-    return index && index->isRedundant(rule);
+    const GroupOfTexts &found = groupOf(store, rule);
+    if (found.index)
+        return found.index->isRedundant(rule);
+    return found.group && scanGroup(*found.group, rule);
 }
 
 bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
@@ -251,21 +250,30 @@ bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
     return sameText(processName, rule.processName) && sameText(constraint, rule.constraint);
 }
 
-const RedundancyIndex::GroupIndex *RedundancyIndex::indexOf(const QHash<QString, QList<PolicyRulePtr>> &store,
-                                                            const PolicyRule &rule)
+const RedundancyIndex::GroupOfTexts &
+RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule)
 {
     if (m_lastGroup && m_lastGroup->holdsTextsOf(rule))
-        return m_lastGroup->index;
+        return *m_lastGroup;
+    if (m_groupsByTexts.isEmpty())
+        m_groupsByTexts.reserve(store.size());
     auto &candidates = m_groupsByTexts[{rule.processName.constData(), rule.constraint.constData()}];
     for (const GroupOfTexts &known : candidates) {
         if (known.holdsTextsOf(rule)) {
             m_lastGroup = known;
-            return known.index;
+            return known;
         }
     }
-    const auto found = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
-    const GroupIndex *index = found == store.cend() ? nullptr : &indexOf(found.value());
-    candidates.append({rule.processName, rule.constraint, index});
-    m_lastGroup = candidates.back();
-    return index;
+    GroupOfTexts found{rule.processName, rule.constraint};
+    const auto stored = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
+    if (stored != store.cend()) {
+        found.group = &stored.value();
+        // Scanning a few rules costs less than indexing them.
+        constexpr qsizetype kLargestScannedGroup = 16;
+        if (found.group->size() > kLargestScannedGroup)
+            found.index = &m_groups.try_emplace(found.group, *found.group).first->second;
+    }
+    candidates.append(found);
+    m_lastGroup = found;
+    return *m_lastGroup;
 }

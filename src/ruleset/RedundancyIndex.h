@@ -19,11 +19,8 @@
 class RedundancyIndex
 {
 public:
-    // `group` is the store's list for the rule's group; the list object must stay
-    // where it is and unchanged while the index lives (groups are told apart by
-    // address, which spares hashing the long group key twice).
-    bool isRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
-    // The same, finding the rule's group in `store` (keyed by group identity).
+    // Finds the rule's group in `store` (keyed by group identity). The store's
+    // lists must stay where they are and unchanged while the index lives.
     bool isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
     // The reference answer: a plain scan of the group, in stored order.
@@ -78,13 +75,15 @@ private:
     {
         QString processName;
         QString constraint;
-        const GroupIndex *index = nullptr; // none when the store lacks the group
+        const QList<PolicyRulePtr> *group = nullptr; // none when the store lacks the group
+        // Only groups too large to scan on every question get an index.
+        const GroupIndex *index = nullptr;
 
         bool holdsTextsOf(const PolicyRule &rule) const;
     };
-    const GroupIndex &indexOf(const QList<PolicyRulePtr> &group);
-    const GroupIndex *indexOf(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
+    const GroupOfTexts &groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
+    // Groups are told apart by address, which spares hashing the long group key twice.
     std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
     QHash<std::pair<const QChar *, const QChar *>, QVarLengthArray<GroupOfTexts, 1>> m_groupsByTexts;
     // Rows are asked about group by group: the last answer is tried first.

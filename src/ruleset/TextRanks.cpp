@@ -57,14 +57,23 @@ void sortFromDepth(Entry *begin, Entry *end, qsizetype depth)
 
 } // namespace
 
-std::vector<qint64> denseRanks(const std::vector<QString> &texts)
+namespace {
+
+template <typename Text> std::vector<Entry> sortedEntries(const std::vector<Text> &texts)
 {
     std::vector<Entry> entries;
     entries.reserve(texts.size());
     for (std::size_t i = 0; i < texts.size(); ++i)
         entries.push_back({reinterpret_cast<const char16_t *>(texts[i].constData()), texts[i].size(), i});
     sortFromDepth(entries.data(), entries.data() + entries.size(), 0);
+    return entries;
+}
 
+} // namespace
+
+std::vector<qint64> denseRanks(const std::vector<QString> &texts)
+{
+    const std::vector<Entry> entries = sortedEntries(texts);
     std::vector<qint64> ranks(texts.size());
     qint64 rank = 0;
     for (std::size_t at = 0; at < entries.size(); ++at) {
@@ -73,4 +82,14 @@ std::vector<qint64> denseRanks(const std::vector<QString> &texts)
         ranks[entries[at].index] = rank;
     }
     return ranks;
+}
+
+std::vector<std::size_t> codeUnitOrder(const std::vector<QStringView> &texts)
+{
+    const std::vector<Entry> entries = sortedEntries(texts);
+    std::vector<std::size_t> order;
+    order.reserve(entries.size());
+    for (const Entry &entry : entries)
+        order.push_back(entry.index);
+    return order;
 }
