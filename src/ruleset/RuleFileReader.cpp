@@ -1,7 +1,7 @@
+#include "ParsedRuleRuns.h"
 #include "PolicyFilterRows.h"
 #include "ProductFolders.h"
 #include "RuleFileSource.h"
-#include "RuleLineParser.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
 #include "RuleReadSupport.h"
@@ -9,8 +9,6 @@
 #include "RuleTokenizer.h"
 
 #include <QCoreApplication>
-#include <system_error>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -104,27 +102,6 @@ void appendReadRules(QHash<QString, QList<PolicyRulePtr>> &store, ReadState &sta
     }
 }
 
-// The two halves of a file are parsed at once, one on a thread of its own.
-std::vector<std::vector<ParsedRuleLine>> parseInParts(QByteArrayView file, bool system)
-{
-    const std::vector<QByteArrayView> parts = splitAtLineEnds(file, 2);
-    std::vector<std::vector<ParsedRuleLine>> parsed(parts.size());
-    {
-        std::vector<std::jthread> helpers;
-        for (std::size_t i = 1; i < parts.size(); ++i) {
-            const auto parse = [&, i] { parsed[i] = parseRuleLines(file, parts[i], system); };
-            try {
-                helpers.emplace_back(parse);
-            } catch (const std::system_error &) {
-                // No thread to be had (a process limit): this part is parsed here.
-                parse();
-            }
-        }
-        parsed[0] = parseRuleLines(file, parts[0], system);
-    }
-    return parsed;
-}
-
 } // namespace
 
 bool RuleManager::addFileContents(const QString &path, bool shouldLabelAsSystemRules)
@@ -146,7 +123,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
 
     const bool takesOptions = m_onlyValidating || startsWithAny(path, ProductFolders::baseRulesetFiles());
     const QByteArrayView file(*bytes);
-    const std::vector<std::vector<ParsedRuleLine>> parsed = parseInParts(file, shouldLabelAsSystemRules);
+    ParsedRuleRuns runs(file, shouldLabelAsSystemRules);
 
     QMutexLocker groupLocker(&m_groupMapLock);
     QMutexLocker watchLocker(&m_watchListLock);
@@ -250,8 +227,8 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     };
 
     bool complete = true;
-    for (const std::vector<ParsedRuleLine> &part : parsed) {
-        for (const ParsedRuleLine &entry : part) {
+    for (std::size_t index = 0; index < runs.count(); ++index) {
+        for (const ParsedRuleLine &entry : runs.run(index)) {
             complete = take(entry);
             if (!complete)
                 break;

@@ -59,12 +59,18 @@ template <typename LineFound> void forEachLine(QByteArrayView part, LineFound li
 
 } // namespace
 
-std::vector<ParsedRuleLine> parseRuleLines(QByteArrayView file, QByteArrayView part, bool system)
+RuleLineParser::RuleLineParser(QByteArrayView file, bool system)
+    : m_strings(file)
+    , m_system(system)
+{}
+
+std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
 {
     using Kind = ParsedRuleLine::Kind;
     std::vector<ParsedRuleLine> parsed;
-    Utf8TextPool strings(file);
-    Utf8RuleTokens tokens;
+    Utf8TextPool &strings = m_strings;
+    Utf8RuleTokens &tokens = m_tokens;
+    const bool system = m_system;
     forEachLine(part, [&](QByteArrayView line, const char *, int) {
         if (line.startsWith(';'))
             return;
@@ -114,11 +120,11 @@ std::vector<ParsedRuleLine> parseRuleLines(QByteArrayView file, QByteArrayView p
     return parsed;
 }
 
-std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView file, int count)
+std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView text, int count)
 {
     std::vector<QByteArrayView> parts;
-    const char *const end = file.data() + file.size();
-    const char *start = file.data();
+    const char *const end = text.data() + text.size();
+    const char *start = text.data();
     for (int left = count; left > 1 && start < end; --left) {
         const auto [separator, length] = nextSeparator(start + (end - start) / left, end);
         if (length == 0)
@@ -128,6 +134,16 @@ std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView file, int count)
     }
     parts.emplace_back(start, end - start);
     return parts;
+}
+
+std::pair<QByteArrayView, QByteArrayView> cutAtLineEnd(QByteArrayView text, double share)
+{
+    const char *const end = text.data() + text.size();
+    const auto [separator, length] = nextSeparator(text.data() + qsizetype(double(text.size()) * share), end);
+    if (length == 0)
+        return {text, {}};
+    const char *rest = separator + length;
+    return {QByteArrayView(text.data(), rest), QByteArrayView(rest, end)};
 }
 
 qsizetype lineNumberAt(QByteArrayView file, const char *lineStart)

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "NVCRuleBase.h"
+#include "RuleReadSupport.h"
+#include "RuleTokenizer.h"
 
 #include <QByteArrayView>
 #include <vector>
@@ -26,13 +28,31 @@ struct ParsedRuleLine
     RuleBasePtr rule;
 };
 
-// The lines of `part`, a run of whole lines of `file` (UTF-8), that hold
-// something: comments and blank lines are left out.
-std::vector<ParsedRuleLine> parseRuleLines(QByteArrayView file, QByteArrayView part, bool system);
+// Parses runs of whole lines of one file (UTF-8). The texts it decodes are
+// shared over every run it parses, so that the rules of one application keep
+// sharing their process name, constraint and tag data.
+class RuleLineParser
+{
+public:
+    // `file` must outlive the parser and the parsed lines.
+    RuleLineParser(QByteArrayView file, bool system);
 
-// The file in `count` runs of whole lines of about equal size (fewer when it
+    // The lines of `part` that hold something: comments and blank lines are left out.
+    std::vector<ParsedRuleLine> parse(QByteArrayView part);
+
+private:
+    Utf8TextPool m_strings;
+    Utf8RuleTokens m_tokens;
+    bool m_system;
+};
+
+// `text` in `count` runs of whole lines of about equal size (fewer when it
 // has fewer line ends).
-std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView file, int count);
+std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView text, int count);
+
+// `text` cut at the first line end after `share` of its bytes: the lines
+// before it and the rest (empty when there is no later line end).
+std::pair<QByteArrayView, QByteArrayView> cutAtLineEnd(QByteArrayView text, double share);
 
 // The number of the line starting at `lineStart`, counted as an editor would,
 // a CR LF pair being one line end.
