@@ -5,7 +5,6 @@
 #include <QByteArrayView>
 #include <condition_variable>
 #include <mutex>
-#include <optional>
 #include <thread>
 #include <vector>
 

@@ -6,6 +6,7 @@
 
 #include <QMutexLocker>
 #include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace {
@@ -25,14 +26,17 @@ QStringList sortedCaseInsensitive(const QList<QString> &keys)
     return sorted;
 }
 
-// Misses would otherwise queue behind each reference count update.
+// Misses would otherwise queue behind each reference count update. The count
+// lies just before the record and the system flag at its end.
 void prefetchAhead(const std::vector<const PolicyRulePtr *> &rules, std::size_t at)
 {
     constexpr std::size_t distance = 8;
-    if (at + distance < rules.size())
-        prefetchRuleData(rules[at + distance]->get());
-    if (at + distance / 2 < rules.size())
-        prefetchRuleData(rules[at + distance / 2]->get()->path.constData());
+    if (at + distance < rules.size()) {
+        const PolicyRule *rule = rules[at + distance]->get();
+        prefetchRuleData(
+            reinterpret_cast<const void *>(reinterpret_cast<std::uintptr_t>(rule) - sizeof(void *)));
+        prefetchRuleData(&rule->system);
+    }
 }
 
 } // namespace
