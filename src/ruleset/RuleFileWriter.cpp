@@ -1,7 +1,7 @@
 #include "ProductFolders.h"
+#include "RuleFileOutput.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
-#include "RuleLineEncoder.h"
 #include "RulePrefetch.h"
 
 #include <QCoreApplication>
@@ -10,133 +10,15 @@
 #include <QMutexLocker>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 
-constexpr mode_t kRulesetFileMode = 0644;
 constexpr mode_t kUserConfigurationMode = 0640;
 
 QString systemErrorText(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
-}
-
-// Writes rule lines to one open file. Each line must behave as if written by its
-// own write() call: a short write is recorded (the last one wins) and the
-// following lines are still tried. Lines are gathered into batches because a
-// system call per line costs more than the whole text; once a batch comes back
-// short, the rest goes out line by line, which is what per-line calls would
-// have produced on the same file.
-class RuleLineSink
-{
-public:
-    RuleLineSink(int fd, const QString &path, QString &lastErrorMessage)
-        : m_fd(fd)
-        , m_path(path)
-        , m_lastErrorMessage(lastErrorMessage)
-    {
-        m_batch.reserve(kBatchSize);
-    }
-
-    ~RuleLineSink() { flush(); }
-
-    // False, writing nothing, for a record that has no file line.
-    bool write(const NVCRuleBase &rule)
-    {
-        if (!m_encoder.append(m_batch, rule))
-            return false;
-        m_lineEnds.push_back(m_batch.size());
-        if (m_lineByLine || m_batch.size() >= kBatchSize)
-            flush();
-        return true;
-    }
-
-private:
-    static constexpr qsizetype kBatchSize = 64 * 1024;
-
-    void flush()
-    {
-        if (m_batch.isEmpty())
-            return;
-        if (m_lineByLine) {
-            writeLines(0);
-        } else {
-            const ssize_t written = ::write(m_fd, m_batch.constData(), size_t(m_batch.size()));
-            if (written != ssize_t(m_batch.size()))
-                continueAfterShortBatch(written < 0 ? 0 : qsizetype(written), errno);
-        }
-        m_batch.resize(0);
-        m_lineEnds.clear();
-    }
-
-    void continueAfterShortBatch(qsizetype written, int error)
-    {
-        m_lineByLine = true;
-        size_t line = 0;
-        while (m_lineEnds[line] <= written)
-            ++line;
-        const qsizetype lineStart = line == 0 ? 0 : m_lineEnds[line - 1];
-        if (written > lineStart) {
-            recordFailure(error);
-            ++line;
-        }
-        writeLines(line);
-    }
-
-    void writeLines(size_t firstLine)
-    {
-        for (size_t line = firstLine; line < m_lineEnds.size(); ++line) {
-            const qsizetype start = line == 0 ? 0 : m_lineEnds[line - 1];
-            const size_t length = size_t(m_lineEnds[line] - start);
-            if (::write(m_fd, m_batch.constData() + start, length) != ssize_t(length))
-                recordFailure(errno);
-        }
-    }
-
-    void recordFailure(int error)
-    {
-        m_lastErrorMessage =
-            QCoreApplication::translate("RuleManager", "Failed write() operation on file '%1' %2 (%3)")
-                .arg(m_path, systemErrorText(error))
-                .arg(error);
-        qCWarning(lcRuleManagement).noquote() << m_lastErrorMessage;
-    }
-
-    int m_fd;
-    const QString &m_path;
-    QString &m_lastErrorMessage;
-    RuleLineEncoder m_encoder;
-    QByteArray m_batch;
-    std::vector<qsizetype> m_lineEnds;
-    bool m_lineByLine = false;
-};
-
-int openForWriting(const QString &path, QString &lastErrorMessage)
-{
-    const QByteArray name = QFile::encodeName(path);
-    const int fd =
-        ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kRulesetFileMode);
-    if (fd < 0) {
-        const int error = errno;
-        lastErrorMessage =
-            QCoreApplication::translate("RuleManager", "Failed to open file '%1' for writing: %2 (%3)")
-                .arg(path, systemErrorText(error))
-                .arg(error);
-        qCWarning(lcRuleManagement).noquote() << lastErrorMessage;
-    }
-    return fd;
-}
-
-void finishFile(int fd)
-{
-    // The mode is set on the open descriptor so that it lands on the file just
-    // written, never on whatever the path names by now.
-    ::fchmod(fd, kRulesetFileMode);
-    ::close(fd);
 }
 
 } // namespace
@@ -145,13 +27,14 @@ bool RuleManager::writeToFile(const QString &path)
 {
     QMutexLocker locker(&m_lock);
     m_lastErrorMessage = QString();
-    const int fd = openForWriting(path, m_lastErrorMessage);
-    if (fd < 0)
-        return false;
+    RuleFileOutput output(path, m_lastErrorMessage);
 
     // Every user rule is written whatever the table shows; the filtered view is
-    // put back exactly afterwards so the table keeps its rows and order.
+    // put back exactly afterwards so the table keeps its rows and order. A
+    // file that fails to open leaves the view alone.
     const bool wasFiltered = !m_searchString.isNull();
+    if (wasFiltered && !output.waitUntilOpen())
+        return output.finish();
     QList<PolicyRulePtr> keptPolicyRules;
     QList<RuleBasePtr> keptCompositeIndex;
     QList<RuleBasePtr> keptCompositeIndexUserOnly;
@@ -165,25 +48,22 @@ bool RuleManager::writeToFile(const QString &path)
         rebuildRulesCache();
     }
 
-    {
-        RuleLineSink sink(fd, path, m_lastErrorMessage);
-        for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
-            if (rule && !rule->system)
-                sink.write(*rule);
-        }
-        const QList<PolicyRulePtr> &rules = m_policyRules;
-        constexpr qsizetype distance = 8;
-        for (qsizetype i = 0; i < rules.size(); ++i) {
-            if (i + distance < rules.size() && rules[i + distance])
-                prefetchRuleData(rules[i + distance].get());
-            if (i + distance / 2 < rules.size() && rules[i + distance / 2])
-                prefetchRuleData(rules[i + distance / 2]->path.constData());
-            const PolicyRulePtr &rule = rules[i];
-            if (rule && !rule->system)
-                sink.write(*rule);
-        }
+    for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
+        if (rule && !rule->system)
+            output.write(*rule);
     }
-    finishFile(fd);
+    const QList<PolicyRulePtr> &rules = m_policyRules;
+    constexpr qsizetype distance = 8;
+    for (qsizetype i = 0; i < rules.size(); ++i) {
+        if (i + distance < rules.size() && rules[i + distance])
+            prefetchRuleData(rules[i + distance].get());
+        if (i + distance / 2 < rules.size() && rules[i + distance / 2])
+            prefetchRuleData(rules[i + distance / 2]->path.constData());
+        const PolicyRulePtr &rule = rules[i];
+        if (rule && !rule->system)
+            output.write(*rule);
+    }
+    const bool opened = output.finish();
 
     if (wasFiltered) {
         m_searchString = keptSearchString;
@@ -191,29 +71,25 @@ bool RuleManager::writeToFile(const QString &path)
         m_compositeIndex = std::move(keptCompositeIndex);
         m_compositeIndexUserOnly = std::move(keptCompositeIndexUserOnly);
     }
-    return true;
+    return opened;
 }
 
 bool RuleManager::writeToFile(const QString &path, const QList<RuleBasePtr> &policiesToWrite)
 {
     m_lastErrorMessage = QString();
-    const int fd = openForWriting(path, m_lastErrorMessage);
-    if (fd < 0)
-        return false;
-
-    {
-        RuleLineSink sink(fd, path, m_lastErrorMessage);
-        for (const RuleBasePtr &rule : policiesToWrite) {
-            if (!rule || !sink.write(*rule)) {
-                qCWarning(lcRuleManagement).noquote()
-                    << QStringLiteral("%1: Don't know how to render rule object %2")
-                           .arg(QLatin1String("-[RuleManager writeToFile:policiesToWrite:]"),
-                                rule ? rule->description() : QStringLiteral("(null)"));
-            }
+    RuleFileOutput output(path, m_lastErrorMessage);
+    // Nothing is said about the rules of a file that fails to open.
+    if (!output.waitUntilOpen())
+        return output.finish();
+    for (const RuleBasePtr &rule : policiesToWrite) {
+        if (!rule || !output.write(*rule)) {
+            qCWarning(lcRuleManagement).noquote()
+                << QStringLiteral("%1: Don't know how to render rule object %2")
+                       .arg(QLatin1String("-[RuleManager writeToFile:policiesToWrite:]"),
+                            rule ? rule->description() : QStringLiteral("(null)"));
         }
     }
-    finishFile(fd);
-    return true;
+    return output.finish();
 }
 
 void RuleManager::writeToCurrentUserConfiguration()

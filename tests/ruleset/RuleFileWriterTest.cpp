@@ -134,6 +134,15 @@ TEST_F(RuleFileWriterTest, OpenFailuresLeaveTargetsUntouched)
         << qPrintable(manager.lastErrorMessage());
     EXPECT_FALSE(manager.writeToFile(path(), {}));
     EXPECT_EQ(contents(target), QByteArray("keep me\n"));
+
+    // A filtered table is not unfiltered for a file that cannot be opened.
+    manager.applyFilterWithString(u"nothing matches"_s);
+    int viewChanges = 0;
+    QObject::connect(&manager, &RuleManager::viewChanged, [&viewChanges] { ++viewChanges; });
+    EXPECT_FALSE(manager.writeToFile(path()));
+    EXPECT_EQ(viewChanges, 0);
+    EXPECT_EQ(manager.totalRules(true), 0u);
+    EXPECT_EQ(contents(target), QByteArray("keep me\n"));
 }
 
 TEST_F(RuleFileWriterTest, ShortWriteIsRecordedAndLaterLinesStillTried)

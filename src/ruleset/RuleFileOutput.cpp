@@ -1,0 +1,196 @@
+#include "RuleFileOutput.h"
+
+#include "RuleLogging.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t kRulesetFileMode = 0644;
+constexpr qsizetype kBatchSize = 64 * 1024;
+// Batches waiting while the file is opened or written: enough to keep
+// encoding through a slow truncation, few enough to bound the memory.
+constexpr std::size_t kMostQueued = 128;
+
+QString systemErrorText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+} // namespace
+
+RuleFileOutput::RuleFileOutput(const QString &path, QString &lastErrorMessage)
+    : m_path(path)
+    , m_lastErrorMessage(lastErrorMessage)
+{
+    m_filling.bytes.reserve(kBatchSize);
+    try {
+        m_writer = std::jthread([this](std::stop_token stop) {
+            open();
+            writeQueued(stop);
+        });
+    } catch (const std::system_error &) {
+        open();
+    }
+}
+
+RuleFileOutput::~RuleFileOutput()
+{
+    finish();
+}
+
+void RuleFileOutput::open()
+{
+    const QByteArray name = QFile::encodeName(m_path);
+    const int fd =
+        ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kRulesetFileMode);
+    if (fd < 0) {
+        const int error = errno;
+        m_lastErrorMessage =
+            QCoreApplication::translate("RuleManager", "Failed to open file '%1' for writing: %2 (%3)")
+                .arg(m_path, systemErrorText(error))
+                .arg(error);
+        qCWarning(lcRuleManagement).noquote() << m_lastErrorMessage;
+    }
+    const std::lock_guard lock(m_mutex);
+    m_fd = fd;
+    m_openDone = true;
+    m_changed.notify_all();
+}
+
+bool RuleFileOutput::waitUntilOpen()
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_openDone; });
+    return m_fd >= 0;
+}
+
+bool RuleFileOutput::write(const NVCRuleBase &rule)
+{
+    if (!m_encoder.append(m_filling.bytes, rule))
+        return false;
+    m_filling.lineEnds.push_back(m_filling.bytes.size());
+    if (m_filling.bytes.size() >= kBatchSize)
+        hand(m_filling);
+    return true;
+}
+
+bool RuleFileOutput::finish()
+{
+    if (m_finished)
+        return m_fd >= 0;
+    m_finished = true;
+    if (!m_filling.bytes.isEmpty())
+        hand(m_filling);
+    if (m_writer.joinable()) {
+        m_writer.request_stop();
+        m_writer.join();
+    }
+    if (m_fd < 0)
+        return false;
+    // The mode is set on the open descriptor so that it lands on the file just
+    // written, never on whatever the path names by now.
+    ::fchmod(m_fd, kRulesetFileMode);
+    ::close(m_fd);
+    return true;
+}
+
+void RuleFileOutput::hand(Batch &batch)
+{
+    const auto emptied = [&batch] {
+        batch.bytes.resize(0);
+        batch.lineEnds.clear();
+    };
+    if (!m_writer.joinable()) {
+        if (m_fd >= 0)
+            writeBatch(batch);
+        emptied();
+        return;
+    }
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_queued.size() < kMostQueued || (m_openDone && m_fd < 0); });
+    if (m_openDone && m_fd < 0) {
+        emptied();
+        return;
+    }
+    m_queued.push_back(std::move(batch));
+    if (m_spare.empty()) {
+        batch = Batch{};
+        batch.bytes.reserve(kBatchSize);
+    } else {
+        batch = std::move(m_spare.back());
+        m_spare.pop_back();
+    }
+    m_changed.notify_all();
+}
+
+void RuleFileOutput::writeQueued(std::stop_token stop)
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, stop, [this] { return !m_queued.empty(); });
+        if (m_queued.empty())
+            return; // asked to stop, and everything handed over is written
+        Batch batch = std::move(m_queued.front());
+        m_queued.pop_front();
+        m_changed.notify_all();
+        lock.unlock();
+        if (m_fd >= 0)
+            writeBatch(batch);
+        batch.bytes.resize(0);
+        batch.lineEnds.clear();
+        lock.lock();
+        m_spare.push_back(std::move(batch));
+    }
+}
+
+void RuleFileOutput::writeBatch(const Batch &batch)
+{
+    if (m_lineByLine) {
+        writeLines(batch, 0);
+        return;
+    }
+    const ssize_t written = ::write(m_fd, batch.bytes.constData(), size_t(batch.bytes.size()));
+    if (written != ssize_t(batch.bytes.size()))
+        continueAfterShortBatch(batch, written < 0 ? 0 : qsizetype(written), errno);
+}
+
+void RuleFileOutput::continueAfterShortBatch(const Batch &batch, qsizetype written, int error)
+{
+    m_lineByLine = true;
+    std::size_t line = 0;
+    while (batch.lineEnds[line] <= written)
+        ++line;
+    const qsizetype lineStart = line == 0 ? 0 : batch.lineEnds[line - 1];
+    if (written > lineStart) {
+        recordFailure(error);
+        ++line;
+    }
+    writeLines(batch, line);
+}
+
+void RuleFileOutput::writeLines(const Batch &batch, std::size_t firstLine)
+{
+    for (std::size_t line = firstLine; line < batch.lineEnds.size(); ++line) {
+        const qsizetype start = line == 0 ? 0 : batch.lineEnds[line - 1];
+        const std::size_t length = std::size_t(batch.lineEnds[line] - start);
+        if (::write(m_fd, batch.bytes.constData() + start, length) != ssize_t(length))
+            recordFailure(errno);
+    }
+}
+
+void RuleFileOutput::recordFailure(int error)
+{
+    m_lastErrorMessage =
+        QCoreApplication::translate("RuleManager", "Failed write() operation on file '%1' %2 (%3)")
+            .arg(m_path, systemErrorText(error))
+            .arg(error);
+    qCWarning(lcRuleManagement).noquote() << m_lastErrorMessage;
+}
