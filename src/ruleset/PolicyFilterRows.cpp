@@ -1,8 +1,26 @@
 #include "PolicyFilterRows.h"
 
+#include "RulePrefetch.h"
 #include "RuleSearch.h"
 
 #include <algorithm>
+
+namespace {
+
+// Each row copies its rule's reference and reads its path, process name and
+// tag: the lines holding them are asked for a few rules ahead.
+void prefetchAhead(const QList<PolicyRulePtr> &group, qsizetype at, qsizetype distance)
+{
+    if (at + distance < group.size() && group[at + distance]) {
+        const PolicyRule *rule = group[at + distance].get();
+        prefetchRuleData(rule);
+        prefetchRuleData(&rule->tag);
+    }
+    if (at + distance / 2 < group.size() && group[at + distance / 2])
+        prefetchRuleData(group[at + distance / 2]->path.constData());
+}
+
+} // namespace
 
 PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
                                    const QHash<QString, QList<PolicyRulePtr>> &groups)
@@ -13,7 +31,10 @@ PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
         const auto group = groups.constFind(key);
         if (group == groups.cend())
             continue;
-        for (const PolicyRulePtr &rule : *group) {
+        constexpr qsizetype distance = 8;
+        for (qsizetype i = 0; i < group->size(); ++i) {
+            prefetchAhead(*group, i, distance);
+            const PolicyRulePtr &rule = (*group)[i];
             if (!rule)
                 continue;
             const bool pathFolded = m_paths.append(rule->path, quint32(m_rows.size()));
