@@ -1,5 +1,6 @@
 #include "RuleLogging.h"
 #include "RuleManager.h"
+#include "RulePrefetch.h"
 #include "TextRanks.h"
 
 #include <QCollator>
@@ -133,7 +134,15 @@ public:
         const bool folded = descriptor.comparison == RuleSortDescriptor::Comparison::CaseInsensitiveCompare;
         std::vector<QString> texts;
         texts.reserve(std::size_t(rows.size()));
-        for (const RuleBasePtr &row : rows) {
+        constexpr qsizetype distance = 8;
+        for (qsizetype i = 0; i < rows.size(); ++i) {
+            // The rows lie scattered over the heap: their records, and paths
+            // (the usual key and each its own block), are asked for a few rows ahead.
+            if (i + distance < rows.size() && rows[i + distance])
+                prefetchRuleData(rows[i + distance].get());
+            if (field == Field::Path && i + distance / 2 < rows.size() && rows[i + distance / 2])
+                prefetchRuleData(rows[i + distance / 2]->path.constData());
+            const RuleBasePtr &row = rows[i];
             const QString text = row ? textOf(*row, field) : QString();
             if (m_localized)
                 m_keys.push_back(localizedCollator().sortKey(text));
