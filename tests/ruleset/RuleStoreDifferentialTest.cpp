@@ -2,7 +2,9 @@
 #include "StoreReferenceModel.h"
 #include "StoreTestRules.h"
 
+#include <QFile>
 #include <QRandomGenerator>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 // Random stores driven through random steps, compared after every step with
@@ -56,8 +58,12 @@ public:
 
     PolicyRulePtr policy()
     {
-        PolicyRulePtr rule = policyRule(PolicyClass::Allow, PolicyType::Prefix, u"/"_s + text(12), process(),
-                                        Operation::Read, u""_s, m_random.bounded(5) == 0);
+        // Operations and types vary, so that covering rules stay the exception.
+        static constexpr quint32 kOperations[] = {Operation::Read, Operation::Write,
+                                                  Operation::Read | Operation::Write};
+        const quint32 type = m_random.bounded(3) == 0 ? PolicyType::Path : PolicyType::Prefix;
+        PolicyRulePtr rule = policyRule(PolicyClass::Allow, type, u"/"_s + text(12), process(),
+                                        kOperations[m_random.bounded(3)], u""_s, m_random.bounded(5) == 0);
         rule->tag = tag();
         return rule;
     }
@@ -143,7 +149,21 @@ TEST(RuleStoreDifferential, ViewsFollowAddsDeletesEditsAndFilters)
                     << describe(expected).toStdString() << "\nactual\n"
                     << describe(actual).toStdString();
             }
+            for (const PolicyRulePtr &rule : std::as_const(policies)) {
+                ASSERT_EQ(manager.isRedundant(rule), reference.isRedundant(*rule))
+                    << qPrintable(rule->description());
+            }
         }
+
+        // Written whole whatever the filter, which is put back afterwards.
+        const QList<RuleBasePtr> shown = rows(manager, true);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"written.rc"_s);
+        ASSERT_TRUE(manager.writeToFile(path));
+        QFile written(path);
+        ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+        EXPECT_EQ(written.readAll(), reference.userFile());
+        EXPECT_TRUE(rows(manager, true) == shown);
     }
 }
 

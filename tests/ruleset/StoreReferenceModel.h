@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RedundancyIndex.h"
 #include "RuleManager.h"
 
 #include <QMap>
@@ -26,8 +27,11 @@ public:
     }
     void setFilter(const QString &text) { m_filter = text; }
 
-    QList<RuleBasePtr> view(bool includeSystemRules) const
+    QList<RuleBasePtr> view(bool includeSystemRules, bool filtered = true) const
     {
+        const auto includes = [this, filtered](const NVCRuleBase &rule, bool withTag) {
+            return !filtered || this->includes(rule, withTag);
+        };
         QList<RuleBasePtr> result;
         for (const WatchRulePtr &rule : m_watches) {
             if (includes(*rule, false) && (includeSystemRules || !rule->system))
@@ -46,6 +50,22 @@ public:
             }
         }
         return result;
+    }
+
+    // Another rule of the group covers it.
+    bool isRedundant(const PolicyRule &rule) const
+    {
+        const auto group = m_groups.constFind(RuleManager::applicationGroupIdentityForRule(rule));
+        return group != m_groups.cend() && RedundancyIndex::scanGroup(*group, rule);
+    }
+
+    // What the writer puts in a file: every user rule's line, whatever the filter.
+    QByteArray userFile() const
+    {
+        QByteArray bytes;
+        for (const RuleBasePtr &rule : view(false, false))
+            bytes += rule->toString().toUtf8();
+        return bytes;
     }
 
     static bool contains(const QString &field, const QString &needle)
