@@ -99,24 +99,6 @@ TEST_F(RuleFileWriterTest, LinesAreEachRecordsTextInUtf8)
     EXPECT_EQ(contents(path()).toHex(' ').toStdString(), expected.toHex(' ').toStdString());
 }
 
-TEST_F(RuleFileWriterTest, FilteredViewIsWrittenWholeAndRestoredExactly)
-{
-    for (const char *name : {"/one", "/two", "/three"})
-        manager.addPolicyRule(
-            policyRule(PolicyClass::Deny, PolicyType::Path, QString::fromLatin1(name), u"/bin/app"_s, 1));
-    manager.sortIndexUsingDescriptors({{u"path"_s, false, RuleSortDescriptor::Comparison::Compare}});
-    manager.applyFilterWithString(u"T"_s);
-    const QList<RuleBasePtr> view = manager.compositeIndex();
-    const QList<PolicyRulePtr> policyView = manager.policyRules();
-
-    ASSERT_TRUE(manager.writeToFile(path()));
-    EXPECT_EQ(contents(path()).count('\n'), 3);
-    EXPECT_EQ(manager.searchString(), u"T"_s);
-    EXPECT_EQ(manager.compositeIndex(), view);
-    EXPECT_EQ(manager.policyRules(), policyView);
-    EXPECT_EQ(manager.compositeIndexUserOnly(), view);
-}
-
 TEST_F(RuleFileWriterTest, OpenFailuresLeaveTargetsUntouched)
 {
     const QString target = dir.filePath(u"target"_s);

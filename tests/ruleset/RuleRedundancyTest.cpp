@@ -11,7 +11,6 @@ using namespace Qt::StringLiterals;
 
 constexpr quint32 R = Operation::Read;
 constexpr quint32 W = Operation::Write;
-constexpr quint32 All = 31;
 const QString app = u"/Applications/App.app/Contents/MacOS/App"_s;
 
 TEST(RuleValidationTest, AcceptsOnlyWellFormedRules)
@@ -48,29 +47,6 @@ TEST(RuleValidationTest, BitwiseInclusionLooksAtTheLowEightBitsOnly)
     EXPECT_TRUE(RuleManager::isBitwiseInclusive(0, 0x100));
     EXPECT_TRUE(RuleManager::isBitwiseInclusive(0x80, 0xF80));
     EXPECT_FALSE(RuleManager::isBitwiseInclusive(0x100, 0x80));
-}
-
-TEST(RuleRedundancyTest, CoverRequiresSameGroupClassConstraintAndOperations)
-{
-    RuleManager manager;
-    auto prefix = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/Users/a/"_s, app, R | W);
-    auto file = policyRule(PolicyClass::Deny, PolicyType::Path, u"/Users/a/file.txt"_s, app, R);
-    auto allowed = policyRule(PolicyClass::Allow, PolicyType::Path, u"/Users/a/file.txt"_s, app, R);
-    auto execute =
-        policyRule(PolicyClass::Deny, PolicyType::Suffix, u"/Users/a/x"_s, app, Operation::Execute);
-    auto elsewhere = policyRule(PolicyClass::Deny, PolicyType::Path, u"/Users/a/f"_s, u"/bin/other"_s, R);
-    for (const auto &rule : {prefix, file, allowed, execute, elsewhere})
-        manager.addPolicyRule(rule, false);
-
-    EXPECT_TRUE(manager.isRedundant(file));
-    EXPECT_FALSE(manager.isRedundant(allowed));
-    EXPECT_FALSE(manager.isRedundant(execute));
-    EXPECT_FALSE(manager.isRedundant(elsewhere));
-
-    // The index is dropped on change: a whole-scope rule now covers every deny.
-    manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Suffix, u"any"_s, app, All));
-    EXPECT_TRUE(manager.isRedundant(execute));
-    EXPECT_FALSE(manager.isRedundant(allowed));
 }
 
 // Random rulesets whose fields collide often: shared path prefixes, whole-scope
