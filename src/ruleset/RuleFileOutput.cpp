@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -18,11 +17,6 @@ constexpr qsizetype kBatchSize = 64 * 1024;
 // Batches waiting while the file is opened or written: enough to keep
 // encoding through a slow truncation, few enough to bound the memory.
 constexpr std::size_t kMostQueued = 128;
-
-QString systemErrorText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 
 } // namespace
 

@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <new>
 #include <sys/stat.h>
@@ -16,11 +15,6 @@ namespace {
 QString tr(const char *text)
 {
     return QCoreApplication::translate("RuleManager", text);
-}
-
-QString systemErrorText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
 }
 
 } // namespace

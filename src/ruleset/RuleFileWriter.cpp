@@ -9,17 +9,11 @@
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <cerrno>
-#include <cstring>
 #include <sys/stat.h>
 
 namespace {
 
 constexpr mode_t kUserConfigurationMode = 0640;
-
-QString systemErrorText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 
 } // namespace
 
