@@ -27,7 +27,6 @@ ParsedRuleRuns::ParsedRuleRuns(QByteArrayView file, bool system)
     if (m_parts.size() > 1) {
         try {
             m_helper = std::jthread([this](std::stop_token stop) { parseAhead(stop); });
-            m_parsingAhead = true;
         } catch (const std::system_error &) {
             // No thread to be had (a process limit): every run is parsed here.
         }
@@ -49,7 +48,7 @@ const std::vector<ParsedRuleLine> &ParsedRuleRuns::run(std::size_t index)
 {
     if (index == 0) {
         m_parsed[0] = m_firstRunParser.parse(m_parts[0]);
-    } else if (m_parsingAhead) {
+    } else if (m_helper.joinable()) {
         std::unique_lock lock(m_mutex);
         m_parsedMore.wait(lock, [this, index] { return m_parsedAhead > index; });
     } else {

@@ -32,7 +32,6 @@ private:
     RuleLineParser m_firstRunParser;
     // Runs after the first: parsed by the helper, or here when there is none.
     RuleLineParser m_laterRunsParser;
-    bool m_parsingAhead = false;
 
     std::mutex m_mutex;
     std::condition_variable m_parsedMore;

@@ -226,16 +226,15 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         return true;
     };
 
-    bool complete = true;
-    for (std::size_t index = 0; index < runs.count(); ++index) {
-        for (const ParsedRuleLine &entry : runs.run(index)) {
-            complete = take(entry);
-            if (!complete)
-                break;
+    const bool complete = [&] {
+        for (std::size_t index = 0; index < runs.count(); ++index) {
+            for (const ParsedRuleLine &entry : runs.run(index)) {
+                if (!take(entry))
+                    return false;
+            }
         }
-        if (!complete)
-            break;
-    }
+        return true;
+    }();
     appendReadRules(m_policyRulesByApplication, state);
     if (storeChanged)
         invalidateRedundancyIndex();
