@@ -12,7 +12,7 @@ QString busiestProgram(const RuleManager &manager)
     QString program;
     qsizetype most = -1;
     for (const QList<PolicyRulePtr> &group : manager.policyRulesByApplication()) {
-        const QString &process = group.constFirst()->processName;
+        const QString &process = group.constFirst()->processName();
         if (group.size() > most && process.startsWith(u'/') && !process.contains(QLatin1String(" via ")) &&
             !process.contains(QLatin1String(" ancestor "))) {
             most = group.size();
@@ -26,7 +26,7 @@ QString busiestProgram(const RuleManager &manager)
 QString fileUnderPrefixRule(const RuleManager &manager, const QString &program, const QString &home)
 {
     for (const PolicyRulePtr &rule : manager.policyRules()) {
-        if (rule->processName == program && rule->policyType == PolicyType::Prefix && rule->path != u"any")
+        if (rule->processName() == program && rule->policyType == PolicyType::Prefix && rule->path != u"any")
             return (rule->path.startsWith(u'~') ? home + rule->path.mid(1) : rule->path) + u"report.pdf";
     }
     return home + u"/report.pdf";

@@ -129,7 +129,7 @@ PolicyRulePtr addedRule(qint64 number)
     rule->policyClass = PolicyClass::Allow;
     rule->policyType = PolicyType::Prefix;
     rule->path = QStringLiteral("/home/alice/Added/%1/").arg(number);
-    rule->processName = QStringLiteral("/usr/bin/added-editor");
+    rule->setProcessName(QStringLiteral("/usr/bin/added-editor"));
     rule->operations = Operation::Read;
     return rule;
 }

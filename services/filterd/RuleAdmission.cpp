@@ -10,7 +10,7 @@ namespace {
 std::optional<QString> refusalFor(const NVCRuleBase &rule)
 {
     for (const QString *text :
-         {&rule.path, &rule.processName, &rule.tag, &rule.constraint, &rule.processShortName}) {
+         {&rule.path, &rule.processName(), &rule.tag(), &rule.constraint(), &rule.processShortName()}) {
         if (text->size() > kMaxRuleTextLength)
             return QStringLiteral("a text of the rule is longer than %1 characters").arg(kMaxRuleTextLength);
     }

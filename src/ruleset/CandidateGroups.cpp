@@ -57,8 +57,8 @@ KeyPattern keyPatternFor(const QString &processText)
 {
     static const QString marker(QChar(0xFFFF));
     NVCRuleBase probe;
-    probe.processName = processText;
-    probe.constraint = marker;
+    probe.setProcessName(processText);
+    probe.setConstraint(marker);
     QString key = RuleManager::applicationGroupIdentityForRule(probe);
     if (!key.endsWith(marker))
         return {key, false};

@@ -86,7 +86,7 @@ bool AccessMatcher::matches(const NVCRuleBase &rule) const
 {
     // The path first: it turns most candidates away, and their process texts need not be read.
     return (rule.operations & m_operation) != 0 && pathMatches(rule) &&
-           rememberedProcessMatches(rule.processName);
+           rememberedProcessMatches(rule.processName());
 }
 
 // Rules of one group share their process text, so the last answer is kept.

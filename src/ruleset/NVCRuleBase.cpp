@@ -13,8 +13,8 @@
 Q_LOGGING_CATEGORY(lcRuleBase, "com.norvalis.NVCRuleBase", QtInfoMsg)
 
 NVCRuleBase::NVCRuleBase()
-    : tag(RuleText::emptyText())
-    , constraint(RuleText::emptyText())
+    : m_tag(RuleText::emptyText())
+    , m_constraint(RuleText::emptyText())
 {}
 
 NVCRuleBase::~NVCRuleBase() = default;
@@ -33,9 +33,9 @@ QString NVCRuleBase::description() const
         .arg(policyType)
         .arg(RuleText::orNullMarker(path))
         .arg(operations)
-        .arg(RuleText::orNullMarker(processName), RuleText::orNullMarker(processShortName))
+        .arg(RuleText::orNullMarker(processName()), RuleText::orNullMarker(processShortName()))
         .arg(int(system))
-        .arg(RuleText::orNullMarker(constraint));
+        .arg(RuleText::orNullMarker(constraint()));
 }
 
 int NVCRuleBase::getRuleState() const
@@ -74,8 +74,7 @@ bool NVCRuleBase::fieldsEqual(const NVCRuleBase &other, bool comparePathsAsDirec
         comparePathsAsDirectories
             ? isStringEqualToString(RuleText::directoryOfPath(path), RuleText::directoryOfPath(other.path))
             : isStringEqualToString(path, other.path);
-    return pathsEqual && isStringEqualToString(processName, other.processName) &&
-           isStringEqualToString(constraint, other.constraint);
+    return pathsEqual && m_processName == other.m_processName && m_constraint == other.m_constraint;
 }
 
 namespace {
@@ -147,12 +146,12 @@ QVariantMap NVCRuleBase::archive() const
     putText(archive, kPath, path);
     archive.insert(kOperations, int(operations));
     archive.insert(kFlags, int(flags));
-    putText(archive, kProcessName, processName);
-    putText(archive, kTag, tag);
-    putText(archive, kProcessShortName, processShortName);
+    putText(archive, kProcessName, processName());
+    putText(archive, kTag, tag());
+    putText(archive, kProcessShortName, processShortName());
     archive.insert(kSystem, system);
     archive.insert(kSequence, qlonglong(sequence));
-    putText(archive, kConstraint, constraint);
+    putText(archive, kConstraint, constraint());
     return archive;
 }
 
@@ -190,10 +189,10 @@ bool NVCRuleBase::unarchive(const QVariantMap &archive, QString *error)
     operations = newOperations;
     flags = newFlags;
     path = newPath;
-    processName = newProcessName;
-    tag = newTag;
-    processShortName = newShortName;
-    constraint = newConstraint;
+    setProcessName(newProcessName);
+    setTag(newTag);
+    setProcessShortName(newShortName);
+    setConstraint(newConstraint);
     system = systemValue.toBool();
     sequence = sequenceValue.toLongLong();
     // The creation time is not part of the archive.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RuleEnums.h"
+#include "SharedText.h"
 
 #include <QString>
 #include <QVariantMap>
@@ -20,14 +21,29 @@ public:
     quint32 operations = 0;
     quint32 flags = 0;
     QString path;
-    QString processName;
-    QString tag;        // "" by default
-    QString constraint; // "" by default; null means absent
-    QString processShortName;
     qint64 created = 0;
     qint64 sequence = 0;
-    // Last, so that a derived record's small fields fill the padding after it.
+    // With the shared texts, last: a derived record's small fields fill the padding after them.
     bool system = false;
+
+    // Texts that many rules repeat are held as shared numbers: a ruleset holds
+    // millions of records.
+    const QString &processName() const { return m_processName.text(); }
+    void setProcessName(const QString &text) { m_processName = SharedText(text); }
+    void setProcessName(SharedText text) { m_processName = text; }
+    const QString &tag() const { return m_tag.text(); } // "" by default
+    void setTag(const QString &text) { m_tag = SharedText(text); }
+    void setTag(SharedText text) { m_tag = text; }
+    // "" by default; null means absent.
+    const QString &constraint() const { return m_constraint.text(); }
+    void setConstraint(const QString &text) { m_constraint = SharedText(text); }
+    void setConstraint(SharedText text) { m_constraint = text; }
+    const QString &processShortName() const { return m_processShortName.text(); }
+    void setProcessShortName(const QString &text) { m_processShortName = SharedText(text); }
+    // Equal exactly when the texts are: comparing these spares comparing characters.
+    SharedText sharedProcessName() const { return m_processName; }
+    SharedText sharedTag() const { return m_tag; }
+    SharedText sharedConstraint() const { return m_constraint; }
 
     // The ruleset-file line, ending in a newline (empty for a bare base record).
     virtual QString toString() const;
@@ -51,6 +67,12 @@ public:
 
 protected:
     bool fieldsEqual(const NVCRuleBase &other, bool comparePathsAsDirectories) const;
+
+private:
+    SharedText m_processName;
+    SharedText m_tag;
+    SharedText m_constraint;
+    SharedText m_processShortName;
 };
 
 using RuleBasePtr = std::shared_ptr<NVCRuleBase>;

@@ -7,15 +7,12 @@
 
 namespace {
 
-// Each row copies its rule's reference and reads its path, process name and
-// tag: the lines holding them are asked for a few rules ahead.
+// Each row copies its rule's reference and reads its fields and path: the
+// lines holding them are asked for a few rules ahead.
 void prefetchAhead(const QList<PolicyRulePtr> &group, qsizetype at, qsizetype distance)
 {
-    if (at + distance < group.size() && group[at + distance]) {
-        const PolicyRule *rule = group[at + distance].get();
-        prefetchRuleData(rule);
-        prefetchRuleData(&rule->tag);
-    }
+    if (at + distance < group.size() && group[at + distance])
+        prefetchRuleData(group[at + distance].get());
     if (at + distance / 2 < group.size() && group[at + distance / 2])
         prefetchRuleData(group[at + distance / 2]->path.constData());
 }
@@ -38,32 +35,28 @@ PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
             if (!rule)
                 continue;
             const bool pathFolded = m_paths.append(rule->path, quint32(m_rows.size()));
-            m_rows.push_back(Row{rule, pathFolded,
-                                 sharedTextIndex(rule->processName, m_sharedTextIndexes, lastProcess),
-                                 sharedTextIndex(rule->tag, m_sharedTextIndexes, lastTag)});
+            m_rows.push_back(Row{rule, pathFolded, sharedTextIndex(rule->sharedProcessName(), lastProcess),
+                                 sharedTextIndex(rule->sharedTag(), lastTag)});
         }
     }
 }
 
-quint32 PolicyFilterRows::sharedTextIndex(const QString &text, SharedTextIndexes &indexes,
-                                          LastSharedText &last)
+quint32 PolicyFilterRows::sharedTextIndex(SharedText text, LastSharedText &last)
 {
-    // Texts are told apart by their data: the reader hands equal texts the same.
-    const TextData key{text.constData(), text.size()};
     // Neighbouring rules mostly share their texts: the last one of the field is tried first.
-    if (last && key == last->first)
+    if (last && text == last->first)
         return last->second;
-    const auto found = indexes.constFind(key);
+    const auto found = m_sharedTextIndexes.constFind(text);
     quint32 index;
-    if (found != indexes.cend()) {
+    if (found != m_sharedTextIndexes.cend()) {
         index = *found;
     } else {
         index = quint32(m_sharedTexts.size());
-        indexes.insert(key, index);
-        m_sharedTexts.push_back(text);
-        m_sharedTextFolded.push_back(m_foldedSharedTexts.append(text, index));
+        m_sharedTextIndexes.insert(text, index);
+        m_sharedTexts.push_back(text.text());
+        m_sharedTextFolded.push_back(m_foldedSharedTexts.append(text.text(), index));
     }
-    last.emplace(key, index);
+    last.emplace(text, index);
     return index;
 }
 
@@ -108,9 +101,8 @@ void PolicyFilterRows::insert(const PolicyRulePtr &rule,
     const auto index = quint32(at - m_rows.begin());
     m_paths.makeRoomForOwner(index);
     LastSharedText none;
-    Row row{rule, m_paths.append(rule->path, index),
-            sharedTextIndex(rule->processName, m_sharedTextIndexes, none),
-            sharedTextIndex(rule->tag, m_sharedTextIndexes, none)};
+    Row row{rule, m_paths.append(rule->path, index), sharedTextIndex(rule->sharedProcessName(), none),
+            sharedTextIndex(rule->sharedTag(), none)};
     m_rows.insert(at, std::move(row));
 }
 

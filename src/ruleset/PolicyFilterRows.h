@@ -40,13 +40,11 @@ private:
         quint32 tag;     // index into m_sharedTexts
     };
 
-    using TextData = std::pair<const QChar *, qsizetype>;
-    using SharedTextIndexes = QHash<TextData, quint32>;
-    using LastSharedText = std::optional<std::pair<TextData, quint32>>;
-    quint32 sharedTextIndex(const QString &text, SharedTextIndexes &indexes, LastSharedText &last);
+    using LastSharedText = std::optional<std::pair<SharedText, quint32>>;
+    quint32 sharedTextIndex(SharedText text, LastSharedText &last);
 
     std::vector<Row> m_rows;
-    SharedTextIndexes m_sharedTextIndexes;
+    QHash<SharedText, quint32> m_sharedTextIndexes;
     FoldedAsciiTexts m_paths; // owned by rows
     // Process names and tags, shared by many rules, each tested once a keystroke.
     std::vector<QString> m_sharedTexts;

@@ -17,11 +17,11 @@ PolicyRule::PolicyRule()
 
 QString PolicyRule::toString() const
 {
-    QString cleanTag = tag;
+    QString cleanTag = tag();
     cleanTag.remove(u'"');
     return RuleText::policyClassWord(policyClass) + u' ' + RuleText::policyTypeWord(policyType) + u" \"" +
-           path + u"\" \"" + processName + u"\" " + RuleText::operationLetters(operations) + u" \"" +
-           cleanTag + u"\" \"" + constraint + u"\" \"" + QString::number(created) + u"\"\n";
+           path + u"\" \"" + processName() + u"\" " + RuleText::operationLetters(operations) + u" \"" +
+           cleanTag + u"\" \"" + constraint() + u"\" \"" + QString::number(created) + u"\"\n";
 }
 
 QString PolicyRule::description() const

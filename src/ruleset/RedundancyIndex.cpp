@@ -2,7 +2,6 @@
 
 #include "RuleManager.h"
 #include "RulePrefetch.h"
-#include "StringEquality.h"
 #include "TextRanks.h"
 
 #include <algorithm>
@@ -24,7 +23,7 @@ quint8 lowMask(quint32 operations)
 // left out of the index entirely.
 bool canCover(const PolicyRule &rule)
 {
-    return !rule.path.isNull() && !rule.constraint.isNull();
+    return !rule.path.isNull() && !rule.sharedConstraint().isNull();
 }
 
 // Paths of a group mostly share a long beginning: four units are compared at once.
@@ -72,7 +71,7 @@ bool RedundancyIndex::covers(const PolicyRule &covering, const PolicyRule &rule)
         return false;
     if (!RuleManager::isBitwiseInclusive(covering.operations, rule.operations))
         return false;
-    if (!isStringEqualToString(covering.constraint, rule.constraint))
+    if (covering.sharedConstraint() != rule.sharedConstraint())
         return false;
     if (isWholeScopePath(covering.path))
         return true;
@@ -111,16 +110,16 @@ int RedundancyIndex::Bucket::coveringCount(quint8 mask) const
 namespace {
 
 template <typename List>
-auto findBucket(List &list, quint32 policyClass, const QString &constraint) -> decltype(list.data())
+auto findBucket(List &list, quint32 policyClass, SharedText constraint) -> decltype(list.data())
 {
     for (auto &bucket : list) {
-        if (bucket.policyClass == policyClass && sameUnits(bucket.constraint, constraint))
+        if (bucket.policyClass == policyClass && bucket.constraint == constraint)
             return &bucket;
     }
     return nullptr;
 }
 
-template <typename List> auto &bucketFor(List &list, quint32 policyClass, const QString &constraint)
+template <typename List> auto &bucketFor(List &list, quint32 policyClass, SharedText constraint)
 {
     if (auto *bucket = findBucket(list, policyClass, constraint))
         return *bucket;
@@ -147,7 +146,7 @@ RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
             continue;
         const PolicyRule &rule = *member;
         if (isWholeScopePath(rule.path)) {
-            bucketFor(wholeScope, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
+            bucketFor(wholeScope, rule.policyClass, rule.sharedConstraint()).add(lowMask(rule.operations));
         } else if (rule.policyType == PolicyType::Prefix) {
             prefixPaths.emplace_back(rule.path);
             prefixRules.push_back(&rule);
@@ -164,7 +163,8 @@ RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
             prefix.push_back({quint32(pathText.size()), quint32(path.size()), -1, {}});
             pathText.append(path.utf16(), std::size_t(path.size()));
         }
-        bucketFor(prefix.back().buckets, rule.policyClass, rule.constraint).add(lowMask(rule.operations));
+        bucketFor(prefix.back().buckets, rule.policyClass, rule.sharedConstraint())
+            .add(lowMask(rule.operations));
     }
 
     // In sorted order every prefix of a path comes before it, and the stack
@@ -207,11 +207,11 @@ int RedundancyIndex::GroupIndex::longestPrefixOf(QStringView path) const
 
 bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
 {
-    if (rule.constraint.isNull())
+    if (rule.sharedConstraint().isNull())
         return false;
     const quint8 mask = lowMask(rule.operations);
 
-    if (const Bucket *bucket = findBucket(wholeScope, rule.policyClass, rule.constraint)) {
+    if (const Bucket *bucket = findBucket(wholeScope, rule.policyClass, rule.sharedConstraint())) {
         int count = bucket->coveringCount(mask);
         if (count > 0 && isWholeScopePath(rule.path))
             count -= selfCount(rule);
@@ -222,7 +222,7 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
     if (rule.path.isNull() || prefix.empty())
         return false;
     for (int i = longestPrefixOf(rule.path); i >= 0; i = prefix[i].parent) {
-        const Bucket *bucket = findBucket(prefix[i].buckets, rule.policyClass, rule.constraint);
+        const Bucket *bucket = findBucket(prefix[i].buckets, rule.policyClass, rule.sharedConstraint());
         if (!bucket)
             continue;
         int count = bucket->coveringCount(mask);
@@ -244,10 +244,7 @@ bool RedundancyIndex::isRedundant(const QHash<QString, QList<PolicyRulePtr>> &st
 
 bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
 {
-    const auto sameText = [](const QString &a, const QString &b) {
-        return a.constData() == b.constData() && a.size() == b.size() && a.isNull() == b.isNull();
-    };
-    return sameText(processName, rule.processName) && sameText(constraint, rule.constraint);
+    return processName == rule.sharedProcessName() && constraint == rule.sharedConstraint();
 }
 
 const RedundancyIndex::GroupOfTexts &
@@ -257,14 +254,13 @@ RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, cons
         return *m_lastGroup;
     if (m_groupsByTexts.isEmpty())
         m_groupsByTexts.reserve(store.size());
-    auto &candidates = m_groupsByTexts[{rule.processName.constData(), rule.constraint.constData()}];
-    for (const GroupOfTexts &known : candidates) {
-        if (known.holdsTextsOf(rule)) {
-            m_lastGroup = known;
-            return known;
-        }
+    const std::pair texts{rule.sharedProcessName(), rule.sharedConstraint()};
+    const auto known = m_groupsByTexts.constFind(texts);
+    if (known != m_groupsByTexts.cend()) {
+        m_lastGroup = known.value();
+        return *m_lastGroup;
     }
-    GroupOfTexts found{rule.processName, rule.constraint};
+    GroupOfTexts found{texts.first, texts.second};
     const auto stored = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
     if (stored != store.cend()) {
         found.group = &stored.value();
@@ -273,7 +269,7 @@ RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, cons
         if (found.group->size() > kLargestScannedGroup)
             found.index = &m_groups.try_emplace(found.group, *found.group).first->second;
     }
-    candidates.append(found);
+    m_groupsByTexts.insert(texts, found);
     m_lastGroup = found;
     return *m_lastGroup;
 }

@@ -34,7 +34,7 @@ private:
     struct Bucket
     {
         quint32 policyClass = 0;
-        QString constraint;
+        SharedText constraint;
         QVarLengthArray<std::pair<quint8, int>, 2> masks;
 
         void add(quint8 mask);
@@ -69,12 +69,11 @@ private:
     };
 
     // A group's rules share their process and constraint texts, so the group
-    // found for one pair of texts is remembered. The copies pin the texts:
-    // while held, equal data pointers mean equal characters.
+    // found for one pair of texts is remembered.
     struct GroupOfTexts
     {
-        QString processName;
-        QString constraint;
+        SharedText processName;
+        SharedText constraint;
         const QList<PolicyRulePtr> *group = nullptr; // none when the store lacks the group
         // Only groups too large to scan on every question get an index.
         const GroupIndex *index = nullptr;
@@ -85,7 +84,7 @@ private:
 
     // Groups are told apart by address, which spares hashing the long group key twice.
     std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
-    QHash<std::pair<const QChar *, const QChar *>, QVarLengthArray<GroupOfTexts, 1>> m_groupsByTexts;
+    QHash<std::pair<SharedText, SharedText>, GroupOfTexts> m_groupsByTexts;
     // Rows are asked about group by group: the last answer is tried first.
     std::optional<GroupOfTexts> m_lastGroup;
 };

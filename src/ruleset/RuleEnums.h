@@ -26,7 +26,7 @@ constexpr quint32 Execute = 16;
 } // namespace Operation
 
 namespace RuleFlag {
-constexpr quint32 User = 1;     // "u", policy rules
-constexpr quint32 Sticky = 2;   // "s", watch rules
-constexpr quint32 TeamID = 4;   // "t", policy rules
+constexpr quint32 User = 1;   // "u", policy rules
+constexpr quint32 Sticky = 2; // "s", watch rules
+constexpr quint32 TeamID = 4; // "t", policy rules
 } // namespace RuleFlag

@@ -25,11 +25,11 @@ std::optional<RuleField> unwritableRuleField(const NVCRuleBase &rule)
 {
     if (!fitsQuotedField(rule.path))
         return RuleField::Path;
-    if (!fitsQuotedField(rule.processName))
+    if (!fitsQuotedField(rule.processName()))
         return RuleField::Process;
-    if (holdsLineSeparator(rule.tag))
+    if (holdsLineSeparator(rule.tag()))
         return RuleField::Tag;
-    if (!fitsQuotedField(rule.constraint))
+    if (!fitsQuotedField(rule.constraint()))
         return RuleField::Constraint;
     return std::nullopt;
 }

@@ -22,8 +22,8 @@ bool startsWithAny(const QString &path, const QStringList &prefixes)
     return false;
 }
 
-// Per-read lookup state. Rules of one group share process name and constraint
-// data (interned), so a group's key is computed once per distinct pair.
+// Per-read lookup state. Rules of one group share their process name and
+// constraint, so a group's key is computed once per distinct pair.
 struct ReadState
 {
     struct Group
@@ -35,7 +35,7 @@ struct ReadState
         QList<PolicyRulePtr> added;
     };
 
-    QHash<std::pair<const QChar *, const QChar *>, int> groupByText;
+    QHash<std::pair<SharedText, SharedText>, int> groupByText;
     QHash<QString, int> groupByKey;
     std::vector<Group> groups;
     DuplicateIndex duplicates;
@@ -44,7 +44,7 @@ struct ReadState
 
     Group &groupFor(const PolicyRule &rule)
     {
-        const std::pair textKey{rule.processName.constData(), rule.constraint.constData()};
+        const std::pair textKey{rule.sharedProcessName(), rule.sharedConstraint()};
         auto found = groupByText.constFind(textKey);
         if (found != groupByText.cend())
             return groups[std::size_t(found.value())];
@@ -144,7 +144,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             auto rule = std::static_pointer_cast<WatchRule>(entry.rule);
             rule->sequence = m_ruleSequence++;
             qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
-                    rule->policyType, qUtf8Printable(rule->path), qUtf8Printable(rule->processName),
+                    rule->policyType, qUtf8Printable(rule->path), qUtf8Printable(rule->processName()),
                     rule->operations, qUtf8Printable(RuleText::operationLetters(rule->operations)));
             if (!state.watchRulesIndexed) {
                 for (const WatchRulePtr &existing : std::as_const(m_watchRules))
@@ -194,14 +194,14 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         auto rule = std::static_pointer_cast<PolicyRule>(entry.rule);
         rule->sequence = m_ruleSequence++;
         if ((rule->flags & RuleFlag::TeamID) && rule->path == u"/Users/")
-            m_teamIDsWhitelist.insert(rule->constraint);
+            m_teamIDsWhitelist.insert(rule->constraint());
         ReadState::Group &group = state.groupFor(*rule);
         qCDebug(lcRuleManagement,
                 "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
                 "application directory for '%s'",
                 rule->policyClass, rule->policyType, qUtf8Printable(rule->path),
-                qUtf8Printable(rule->processName), rule->operations, rule->flags,
-                qUtf8Printable(rule->constraint), qUtf8Printable(group.key));
+                qUtf8Printable(rule->processName()), rule->operations, rule->flags,
+                qUtf8Printable(rule->constraint()), qUtf8Printable(group.key));
 
         if (isFailsafe) {
             // Merging compares with the whole group, so these rules go straight into the store.

@@ -50,8 +50,8 @@ bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
         return false;
 
     constexpr qsizetype fixedPart = 96; // words, letters, quotes, blanks and a 64-bit number
-    const qsizetype textLength =
-        rule.path.size() + rule.processName.size() + rule.tag.size() + (policy ? rule.constraint.size() : 0);
+    const qsizetype textLength = rule.path.size() + rule.processName().size() + rule.tag().size() +
+                                 (policy ? rule.constraint().size() : 0);
     const qsizetype start = out.size();
     out.resize(start + fixedPart + 3 * textLength);
     char *at = out.data() + start;
@@ -63,14 +63,14 @@ bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
     at = appendAscii(at, " \"");
     at = appendText(at, rule.path);
     at = appendAscii(at, "\" \"");
-    at = appendText(at, rule.processName);
+    at = appendText(at, rule.processName());
     at = appendAscii(at, "\" ");
     at = appendAscii(at, RuleText::operationLetters(rule.operations));
     at = appendAscii(at, " \"");
-    at = appendWithoutQuotes(at, rule.tag, text);
+    at = appendWithoutQuotes(at, rule.tag(), text);
     if (policy) {
         at = appendAscii(at, "\" \"");
-        at = appendText(at, rule.constraint);
+        at = appendText(at, rule.constraint());
         at = appendAscii(at, "\" \"");
         at = std::to_chars(at, at + 20, rule.created).ptr;
     }

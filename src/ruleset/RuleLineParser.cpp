@@ -85,14 +85,14 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
         auto fillSharedFields = [&](NVCRuleBase &rule) {
             rule.policyType = RuleText::policyTypeForWord(token(1));
             rule.path = strings.decode(token(2));
-            rule.processName = strings.intern(token(3));
+            rule.setProcessName(strings.intern(token(3)));
             rule.operations = RuleText::operationsForLetters(token(4));
             rule.system = system;
             if (count > 5) {
                 if (system)
                     rule.flags = RuleText::flagsForLetters(token(5));
                 else
-                    rule.tag = strings.intern(token(5));
+                    rule.setTag(strings.intern(token(5)));
             }
         };
 
@@ -111,7 +111,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
             rule->policyClass = RuleText::policyClassForWord(first);
             fillSharedFields(*rule);
             if (count > 6)
-                rule->constraint = strings.intern(token(6));
+                rule->setConstraint(strings.intern(token(6)));
             if (count > 7)
                 rule->created = RuleText::leadingInteger(token(7));
             parsed.push_back({Kind::Policy, line, std::move(rule)});

@@ -93,7 +93,7 @@ QString orNull(const QString &text)
 
 QString RuleManager::applicationStringForRule(const NVCRuleBase &rule, qint64 type)
 {
-    const ProcessSplit split = splitProcessName(rule.processName);
+    const ProcessSplit split = splitProcessName(rule.processName());
     QString anyProcess;
     QStringView process = split.process;
     if (process == QLatin1StringView("any")) {
@@ -107,7 +107,7 @@ QString RuleManager::applicationStringForRule(const NVCRuleBase &rule, qint64 ty
                           lastPathComponent(process.mid(anyAncestor.size())));
     if (type == 1) {
         return orNull(lastPathComponent(process)) % QLatin1Char(':') % orNull(process) % QLatin1Char(':') %
-               orNull(split.parent) % QLatin1Char(':') % orNull(rule.constraint);
+               orNull(split.parent) % QLatin1Char(':') % orNull(rule.constraint());
     }
     if (type == 0)
         return lastPathComponent(process).toString();
@@ -128,8 +128,8 @@ QString RuleManager::applicationPathForRule(const NVCRuleBase &rule)
 {
     qCDebug(lcRuleManagement).noquote()
         << QStringLiteral("%1: Process path %2")
-               .arg(QLatin1String("+[RuleManager applicationPathForRule:]"), rule.processName);
-    QStringView process = splitProcessName(rule.processName).process;
+               .arg(QLatin1String("+[RuleManager applicationPathForRule:]"), rule.processName());
+    QStringView process = splitProcessName(rule.processName()).process;
     const qsizetype marker = process.indexOf(QLatin1StringView(" (-"));
     if (marker >= 0)
         process = process.left(marker);
@@ -138,7 +138,7 @@ QString RuleManager::applicationPathForRule(const NVCRuleBase &rule)
 
 QString RuleManager::applicationParentPathForRule(const NVCRuleBase &rule)
 {
-    const QStringView parent = splitProcessName(rule.processName).parent;
+    const QStringView parent = splitProcessName(rule.processName()).parent;
     return parent.isNull() ? QString() : expandTilde(parent);
 }
 
@@ -157,7 +157,7 @@ QString RuleManager::applicationBundlePathForPath(const QString &path)
 
 QString RuleManager::applicationBundlePathForRule(const NVCRuleBase &rule)
 {
-    return applicationBundlePathForPath(rule.processName);
+    return applicationBundlePathForPath(rule.processName());
 }
 
 QString RuleManager::pathForRule(const NVCRuleBase &rule)

@@ -13,10 +13,8 @@ QString Utf8TextPool::decode(QByteArrayView utf8)
     return utf8.isEmpty() ? RuleText::emptyText() : QString(m_decoder.decode(utf8));
 }
 
-QString Utf8TextPool::intern(QByteArrayView utf8)
+SharedText Utf8TextPool::intern(QByteArrayView utf8)
 {
-    if (utf8.isEmpty())
-        return RuleText::emptyText();
     const auto found = m_strings.constFind(utf8);
     if (found != m_strings.cend())
         return found.value();
@@ -25,21 +23,18 @@ QString Utf8TextPool::intern(QByteArrayView utf8)
                         std::less_equal<>()(utf8.data() + utf8.size(), m_file.data() + m_file.size());
     if (!inFile)
         key = m_assembledKeys.emplace_back(utf8.toByteArray());
-    QString text = decode(utf8);
+    const SharedText text(decode(utf8));
     m_strings.insert(key, text);
     return text;
 }
 
 namespace {
 
-// Covers fields isEqualTo compares, telling absent texts from empty ones. Of
-// the constraint only the length counts: it is the longest text and seldom the
-// only one telling two rules apart.
+// Covers fields isEqualTo compares, telling absent texts from empty ones.
 size_t equalityHash(const NVCRuleBase &rule)
 {
     return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.path,
-                      rule.processName, rule.constraint.size(), rule.path.isNull(), rule.processName.isNull(),
-                      rule.constraint.isNull());
+                      rule.path.isNull(), rule.sharedProcessName(), rule.sharedConstraint());
 }
 
 constexpr std::size_t kInitialSlots = 64;

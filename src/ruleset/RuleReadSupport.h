@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NVCRuleBase.h"
+#include "SharedText.h"
 
 #include <QHash>
 #include <QString>
@@ -9,9 +10,8 @@
 #include <deque>
 #include <vector>
 
-// Decodes the UTF-8 fields of a rule file, handing out one shared copy per
-// distinct text so that the many rules of one application share their process
-// name, constraint and tag data.
+// Decodes the UTF-8 fields of a rule file. Texts that many rules repeat are
+// looked up here first, so the shared table is asked once per distinct text.
 class Utf8TextPool
 {
 public:
@@ -20,14 +20,14 @@ public:
 
     // Every occurrence its own text, as a path is.
     QString decode(QByteArrayView utf8);
-    QString intern(QByteArrayView utf8);
+    SharedText intern(QByteArrayView utf8);
 
 private:
     QByteArrayView m_file;
     // A byte order mark inside a field is a character like any other.
     QStringDecoder m_decoder{QStringDecoder::Utf8,
                              QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom};
-    QHash<QByteArrayView, QString> m_strings;
+    QHash<QByteArrayView, SharedText> m_strings;
     // Keys assembled from pieces are not in the file and are kept here.
     std::deque<QByteArray> m_assembledKeys;
 };

@@ -7,7 +7,12 @@
 // "policyType", "operations", "flags", "created", "sequence", "system".
 struct RuleSortDescriptor
 {
-    enum class Comparison { Compare, CaseInsensitiveCompare, LocalizedStandardCompare };
+    enum class Comparison
+    {
+        Compare,
+        CaseInsensitiveCompare,
+        LocalizedStandardCompare
+    };
 
     QString key;
     bool ascending = true;

@@ -54,15 +54,15 @@ QString textOf(const NVCRuleBase &rule, Field field)
     case Field::Path:
         return rule.path;
     case Field::ProcessName:
-        return rule.processName;
+        return rule.processName();
     case Field::ProcessShortName:
         // The display name is filled on demand; an unfilled record sorts by the
         // name it would show.
-        return rule.processShortName.isEmpty() ? rule.getProcessShortName() : rule.processShortName;
+        return rule.processShortName().isEmpty() ? rule.getProcessShortName() : rule.processShortName();
     case Field::Tag:
-        return rule.tag;
+        return rule.tag();
     case Field::Constraint:
-        return rule.constraint;
+        return rule.constraint();
     default:
         return QString();
     }

@@ -20,7 +20,7 @@ bool isAcceptedConstraint(const QString &constraint)
 bool RuleManager::validateRule(const NVCRuleBase &rule) const
 {
     qCDebug(lcRuleManagement).noquote() << QStringLiteral("Validating rule %1").arg(rule.description());
-    if (rule.processName.isNull() || rule.path.isNull()) {
+    if (rule.processName().isNull() || rule.path.isNull()) {
         qCWarning(lcRuleManagement) << "Validation failed due to invalid process name or path";
         return false;
     }
@@ -28,9 +28,9 @@ bool RuleManager::validateRule(const NVCRuleBase &rule) const
         qCWarning(lcRuleManagement) << "Validation failed due to invalid class or type";
         return false;
     }
-    if (!isAcceptedConstraint(rule.constraint)) {
+    if (!isAcceptedConstraint(rule.constraint())) {
         qCWarning(lcRuleManagement).noquote()
-            << QStringLiteral("Validation failed due to invalid constraint <%1>").arg(rule.constraint);
+            << QStringLiteral("Validation failed due to invalid constraint <%1>").arg(rule.constraint());
         return false;
     }
     qCDebug(lcRuleManagement).noquote()

@@ -9,11 +9,11 @@ QString WatchRule::toString() const
 
 QString WatchRule::textForRule(const WatchRule &rule)
 {
-    QString cleanTag = rule.tag;
+    QString cleanTag = rule.tag();
     cleanTag.remove(u'"');
     // A watch rule's flags are not part of its line.
     return u"watch " + RuleText::policyTypeWord(rule.policyType) + u" \"" + rule.path + u"\" \"" +
-           rule.processName + u"\" " + RuleText::operationLetters(rule.operations) + u" \"" + cleanTag +
+           rule.processName() + u"\" " + RuleText::operationLetters(rule.operations) + u" \"" + cleanTag +
            u"\"\n";
 }
 
@@ -28,11 +28,11 @@ QString WatchRule::description() const
         .arg(RuleText::orNullMarker(path))
         .arg(operations)
         .arg(flags)
-        .arg(RuleText::orNullMarker(processName), RuleText::orNullMarker(tag),
-             RuleText::orNullMarker(processShortName))
+        .arg(RuleText::orNullMarker(processName()), RuleText::orNullMarker(tag()),
+             RuleText::orNullMarker(processShortName()))
         .arg(int(system))
         .arg(sequence)
-        .arg(RuleText::orNullMarker(constraint));
+        .arg(RuleText::orNullMarker(constraint()));
 }
 
 bool WatchRule::isSameKindAs(const NVCRuleBase &other) const

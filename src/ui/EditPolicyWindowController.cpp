@@ -70,14 +70,14 @@ void EditPolicyWindowController::configureView()
     });
     connect(ui->anyApplicationCheckBox, &QAbstractButton::clicked, this, [this](bool ticked) {
         NVCEditPolicyUI::updateTextField(ui->processNameTextField, ticked, tr("Any application"),
-                                         NVCEditPolicyUI::getProcess(m_policyRule->processName), [this] {
+                                         NVCEditPolicyUI::getProcess(m_policyRule->processName()), [this] {
                                              updateUI();
                                              setApplicationIcon();
                                          });
     });
     connect(ui->anyParentCheckBox, &QAbstractButton::clicked, this, [this](bool ticked) {
         NVCEditPolicyUI::updateTextField(ui->parentTextField, ticked, tr("Any parent process"),
-                                         NVCEditPolicyUI::getParent(m_policyRule->processName),
+                                         NVCEditPolicyUI::getParent(m_policyRule->processName()),
                                          [this] { updateUI(); });
     });
     connect(ui->anyPathCheckBox, &QAbstractButton::clicked, this, [this](bool ticked) {
@@ -98,10 +98,10 @@ void EditPolicyWindowController::updatePolicyEditor()
 {
     const PolicyRule &rule = *m_policyRule;
     qCDebug(lcEditPolicyWindowController).noquote() << "-[EditPolicyWindowController updatePolicyEditor] path"
-                                                    << rule.path << "process" << rule.processName;
+                                                    << rule.path << "process" << rule.processName();
     const QString path = rule.path.isNull() ? QString() : rule.path;
-    const QString process = NVCEditPolicyUI::getProcess(rule.processName);
-    const QString parent = NVCEditPolicyUI::getParent(rule.processName);
+    const QString process = NVCEditPolicyUI::getProcess(rule.processName());
+    const QString parent = NVCEditPolicyUI::getParent(rule.processName());
 
     const auto fill = [](QLineEdit *field, QAbstractButton *anyBox, const QString &text,
                          const QString &anyText) {
@@ -113,7 +113,7 @@ void EditPolicyWindowController::updatePolicyEditor()
     fill(ui->processNameTextField, ui->anyApplicationCheckBox, process, tr("Any application"));
     fill(ui->parentTextField, ui->anyParentCheckBox, parent, tr("Any parent process"));
     fill(ui->pathTextField, ui->anyPathCheckBox, path, tr("Any path"));
-    ui->constraintTextField->setText(rule.constraint.isNull() ? QString() : rule.constraint);
+    ui->constraintTextField->setText(rule.constraint().isNull() ? QString() : rule.constraint());
     ui->policyClassPopUp->setCurrentIndex(int(rule.policyClass));
     ui->policyTypePopUp->setCurrentIndex(int(rule.policyType));
 
@@ -178,7 +178,7 @@ void EditPolicyWindowController::setConstraintLabel()
 
 void EditPolicyWindowController::setApplicationIcon()
 {
-    NVCEditPolicyUI::setApplicationIconToView(ui->iconImageView, m_policyRule->processName,
+    NVCEditPolicyUI::setApplicationIconToView(ui->iconImageView, m_policyRule->processName(),
                                               ui->processNameTextField->text(),
                                               ui->anyApplicationCheckBox->isChecked());
 }
@@ -244,7 +244,7 @@ void EditPolicyWindowController::composeRule(PolicyRule &rule) const
     QString processName;
     if (ui->anyParentCheckBox->isChecked())
         processName = process + QStringLiteral(" via any");
-    else if (m_policyRule->processName.startsWith(QLatin1String("any ancestor ")))
+    else if (m_policyRule->processName().startsWith(QLatin1String("any ancestor ")))
         processName = QStringLiteral("any ancestor %1").arg(parent);
     else if (!parent.isEmpty())
         processName = process + QStringLiteral(" via %1").arg(parent);
@@ -254,8 +254,8 @@ void EditPolicyWindowController::composeRule(PolicyRule &rule) const
     rule.policyClass = quint32(ui->policyClassPopUp->currentIndex());
     rule.policyType = quint32(ui->policyTypePopUp->currentIndex());
     rule.path = ui->anyPathCheckBox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
-    rule.processName = processName;
-    rule.constraint = ui->constraintTextField->text();
+    rule.setProcessName(processName);
+    rule.setConstraint(ui->constraintTextField->text());
     rule.operations = NVCEditPolicyUI::operationsFromBoxes(operationBoxes());
 }
 

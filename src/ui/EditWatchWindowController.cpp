@@ -58,7 +58,7 @@ void EditWatchWindowController::configureView()
     });
     connect(ui->anyApplicationCheckbox, &QAbstractButton::clicked, this, [this](bool ticked) {
         NVCEditPolicyUI::updateTextField(ui->processNameTextField, ticked, tr("Any application"),
-                                         m_watchRule->processName, [this] {
+                                         m_watchRule->processName(), [this] {
                                              updateUI();
                                              setApplicationIcon();
                                          });
@@ -79,7 +79,7 @@ void EditWatchWindowController::updateWatchEditor()
 {
     const WatchRule &rule = *m_watchRule;
     qCDebug(lcEditWatchWindowController).noquote() << "-[EditWatchWindowController updateWatchEditor] path"
-                                                   << rule.path << "process" << rule.processName;
+                                                   << rule.path << "process" << rule.processName();
     const auto fill = [](QLineEdit *field, QAbstractButton *anyBox, const QString &text,
                          const QString &anyText) {
         const bool any = text == kAny;
@@ -87,7 +87,7 @@ void EditWatchWindowController::updateWatchEditor()
         anyBox->setChecked(any);
         field->setEnabled(!any);
     };
-    fill(ui->processNameTextField, ui->anyApplicationCheckbox, rule.processName, tr("Any application"));
+    fill(ui->processNameTextField, ui->anyApplicationCheckbox, rule.processName(), tr("Any application"));
     fill(ui->pathTextField, ui->anyPathCheckbox, rule.path.isNull() ? QString() : rule.path, tr("Any path"));
     ui->watchTypePopUp->setCurrentIndex(int(rule.policyType));
     NVCEditPolicyUI::setOperationBoxes(operationBoxes(), rule.operations, m_mountSupported);
@@ -136,7 +136,7 @@ void EditWatchWindowController::autoSetWatchType()
 
 void EditWatchWindowController::setApplicationIcon()
 {
-    NVCEditPolicyUI::setApplicationIconToView(ui->iconImageView, m_watchRule->processName,
+    NVCEditPolicyUI::setApplicationIconToView(ui->iconImageView, m_watchRule->processName(),
                                               ui->processNameTextField->text(),
                                               ui->anyApplicationCheckbox->isChecked());
 }
@@ -196,9 +196,9 @@ void EditWatchWindowController::saveClicked()
 
 void EditWatchWindowController::composeRule(WatchRule &rule) const
 {
-    rule.processName = ui->anyApplicationCheckbox->isChecked()
-                           ? kAny
-                           : Utilities::normalizePath(ui->processNameTextField->text());
+    rule.setProcessName(ui->anyApplicationCheckbox->isChecked()
+                            ? kAny
+                            : Utilities::normalizePath(ui->processNameTextField->text()));
     rule.path = ui->anyPathCheckbox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
     rule.policyType = quint32(ui->watchTypePopUp->currentIndex());
     rule.operations = NVCEditPolicyUI::operationsFromBoxes(operationBoxes());

@@ -154,7 +154,7 @@ void NVCEditPolicyUI::setApplicationNameForRule(const NVCRuleBase &rule, RuleCel
 
 void NVCEditPolicyUI::addTag(const NVCRuleBase &rule, RuleCell &cell)
 {
-    cell.text = rule.tag;
+    cell.text = rule.tag();
     cell.textColor = QApplication::palette().color(QPalette::Link);
     QFont font = QApplication::font();
     font.setPointSize(kNameFontPointSize);
@@ -190,9 +190,9 @@ void NVCEditPolicyUI::populatePolicyRule(const PolicyRulePtr &rule, RuleCell &ce
             cell.textColor = systemRed();
         break;
     case 7:
-        if (!rule->constraint.isEmpty())
-            cell.text = QStringLiteral("%1: %2").arg(AppDelegate::labelForConstraint(rule->constraint),
-                                                     rule->constraint);
+        if (!rule->constraint().isEmpty())
+            cell.text = QStringLiteral("%1: %2").arg(AppDelegate::labelForConstraint(rule->constraint()),
+                                                     rule->constraint());
         break;
     default:
         qCCritical(lcNVCEditPolicyUI, "No cell for column %d", column);
@@ -233,12 +233,12 @@ void NVCEditPolicyUI::populateWatchRule(const WatchRule &rule, RuleCell &cell, i
 bool NVCEditPolicyUI::isValidApplicationPath(const NVCRuleBase &rule)
 {
     const QString applicationPath = RuleManager::applicationPathForRule(rule);
-    if (rule.system || rule.processName.startsWith(QLatin1String("any")) || applicationPath.endsWith(u'/') ||
-        applicationPath.startsWith(u':') ||
+    if (rule.system || rule.processName().startsWith(QLatin1String("any")) ||
+        applicationPath.endsWith(u'/') || applicationPath.startsWith(u':') ||
         (applicationPath.startsWith(QLatin1String("/private/var/folders/")) &&
          applicationPath.endsWith(u'.')))
         return true;
-    if (!QFileInfo::exists(applicationPath) || !constraintMatchesFile(rule.constraint, applicationPath))
+    if (!QFileInfo::exists(applicationPath) || !constraintMatchesFile(rule.constraint(), applicationPath))
         return false;
     const QString parentPath = RuleManager::applicationParentPathForRule(rule);
     if (!parentPath.isNull() && !QFileInfo::exists(parentPath))

@@ -94,10 +94,10 @@ void RulesEditorTableController::createNewPolicy()
     const RuleBasePtr rule = clickedRule();
     if (const auto policy = std::dynamic_pointer_cast<PolicyRule>(rule)) {
         qCDebug(lcRulesEditorTableController).noquote() << "Processing PolicyRule" << policy->description();
-        createAndEditPolicyRuleWithProcessName(policy->processName, policy->constraint);
+        createAndEditPolicyRuleWithProcessName(policy->processName(), policy->constraint());
     } else if (const auto watch = std::dynamic_pointer_cast<WatchRule>(rule)) {
         qCDebug(lcRulesEditorTableController).noquote() << "Processing WatchRule" << watch->description();
-        createAndEditWatchRuleWithProcessName(watch->processName);
+        createAndEditWatchRuleWithProcessName(watch->processName());
     } else {
         createAndEditPolicyRuleWithProcessName(QString(), QString());
     }
@@ -110,9 +110,9 @@ void RulesEditorTableController::createAndEditPolicyRuleWithProcessName(const QS
     rule->policyClass = 0;
     rule->policyType = 0;
     rule->path = QStringLiteral("");
-    rule->processName = processName;
+    rule->setProcessName(processName);
     rule->operations = kReadWriteCreate;
-    rule->constraint = constraint;
+    rule->setConstraint(constraint);
     editPolicy(rule, true);
 }
 
@@ -122,7 +122,7 @@ void RulesEditorTableController::createAndEditWatchRuleWithProcessName(const QSt
     rule->policyClass = 2;
     rule->policyType = 0;
     rule->path = QStringLiteral("");
-    rule->processName = processName;
+    rule->setProcessName(processName);
     rule->operations = kReadWriteCreate;
     editWatch(rule, true);
 }

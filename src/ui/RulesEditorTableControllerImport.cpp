@@ -154,15 +154,15 @@ int RulesEditorTableController::doImportPolicies(const QList<PolicyRulePtr> &pol
 
 bool RulesEditorTableController::doImportPolicy(const PolicyRulePtr &rule)
 {
-    if (rule->tag.isEmpty())
-        rule->tag = m_currentImportTag;
-    if (rule->constraint.isEmpty()) {
+    if (rule->tag().isEmpty())
+        rule->setTag(m_currentImportTag);
+    if (rule->constraint().isEmpty()) {
         const QString derived = constraintForApplicationOfRule(*rule);
         if (!derived.isNull())
-            rule->constraint = derived;
+            rule->setConstraint(derived);
     }
     rule->path = Utilities::normalizePath(rule->path);
-    rule->processName = Utilities::normalizePath(rule->processName);
+    rule->setProcessName(Utilities::normalizePath(rule->processName()));
     if (!m_ruleManager->validateRule(*rule))
         return false;
     for (const PolicyRulePtr &existing : m_ruleManager->policyRules()) {
@@ -174,10 +174,10 @@ bool RulesEditorTableController::doImportPolicy(const PolicyRulePtr &rule)
 
 bool RulesEditorTableController::doImportWatchRule(const WatchRulePtr &rule)
 {
-    if (rule->tag.isEmpty())
-        rule->tag = m_currentImportTag;
+    if (rule->tag().isEmpty())
+        rule->setTag(m_currentImportTag);
     rule->path = Utilities::normalizePath(rule->path);
-    rule->processName = Utilities::normalizePath(rule->processName);
+    rule->setProcessName(Utilities::normalizePath(rule->processName()));
     if (!m_ruleManager->validateRule(*rule))
         return false;
     for (const WatchRulePtr &existing : m_ruleManager->watchRules()) {

@@ -118,7 +118,7 @@ QVariant RulesTableModel::data(const QModelIndex &index, int role) const
     if (!index.isValid() || index.row() >= m_rows.size() || !m_rows.at(index.row()))
         return {};
     if (role == Qt::EditRole)
-        return index.column() == TagColumn ? QVariant(m_rows.at(index.row())->tag) : QVariant();
+        return index.column() == TagColumn ? QVariant(m_rows.at(index.row())->tag()) : QVariant();
     const RuleCell &cell = cellAt(index.row(), index.column());
     switch (role) {
     case Qt::DisplayRole:
@@ -132,7 +132,7 @@ QVariant RulesTableModel::data(const QModelIndex &index, int role) const
     case Qt::AccessibleTextRole:
         return cell.accessibleText.isEmpty() ? QVariant(cell.text) : QVariant(cell.accessibleText);
     case Qt::ToolTipRole:
-        return index.column() == ApplicationColumn ? QVariant(m_rows.at(index.row())->processName)
+        return index.column() == ApplicationColumn ? QVariant(m_rows.at(index.row())->processName())
                                                    : QVariant();
     default:
         return {};

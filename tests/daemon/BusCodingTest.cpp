@@ -42,8 +42,8 @@ TEST(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
 
     auto watch = std::make_shared<WatchRule>();
     watch->path = QStringLiteral("/home/ana/Müsik/");
-    watch->constraint = QString();
-    watch->tag = QStringLiteral("backup");
+    watch->setConstraint(QString());
+    watch->setTag(QStringLiteral("backup"));
     auto policy = std::make_shared<PolicyRule>();
     policy->system = true;
     policy->sequence = 1234567890123;
@@ -73,11 +73,11 @@ TEST(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
                 quiven::dbus::unarchivePolicyRules(receiver.policyRules, &policyRules, &error))
         << error.toStdString();
     ASSERT_TRUE(watchRules.size() == 1 && policyRules.size() == 1);
-    EXPECT_TRUE(watchRules[0]->isEqualTo(*watch) && watchRules[0]->tag == watch->tag);
-    EXPECT_TRUE(watchRules[0]->constraint.isNull()) << "an absent constraint stays absent";
+    EXPECT_TRUE(watchRules[0]->isEqualTo(*watch) && watchRules[0]->tag() == watch->tag());
+    EXPECT_TRUE(watchRules[0]->constraint().isNull()) << "an absent constraint stays absent";
     EXPECT_TRUE(policyRules[0]->isEqualTo(*policy) && policyRules[0]->system);
     EXPECT_EQ(policyRules[0]->sequence, 1234567890123);
-    EXPECT_FALSE(policyRules[0]->constraint.isNull()) << "an empty constraint stays empty";
+    EXPECT_FALSE(policyRules[0]->constraint().isNull()) << "an empty constraint stays empty";
 
     const auto arrived = NVCUserPolicyResponse::unarchive(receiver.response, &error);
     ASSERT_TRUE(arrived && arrived->query) << error.toStdString();

@@ -22,7 +22,7 @@ PolicyRulePtr allowRule(const QString &path)
     rule->policyType = 1;
     rule->operations = 3;
     rule->path = path;
-    rule->processName = QStringLiteral("/usr/bin/cat");
+    rule->setProcessName(QStringLiteral("/usr/bin/cat"));
     return rule;
 }
 
@@ -159,7 +159,7 @@ TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndSurviveDaemonRestartsB
     const auto save = [&] {
         auto watch = std::make_shared<WatchRule>();
         watch->path = QStringLiteral("/etc/");
-        watch->processName = QStringLiteral("any");
+        watch->setProcessName(QStringLiteral("any"));
         auto policy = allowRule(QStringLiteral("/home/ann/a"));
         const auto answer = answerOf<QDBusError>(
             [&](auto done) { client.setUserWatchRules({watch}, {policy}, {}, done, {}); });

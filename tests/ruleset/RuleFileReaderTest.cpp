@@ -100,7 +100,7 @@ TEST_F(RuleFileReader, SystemRulesCarryFlagsAndFeedTeamWhitelist)
     ASSERT_EQ(rules.size(), 5);
     for (const auto &rule : rules) {
         EXPECT_TRUE(rule->system);
-        EXPECT_EQ(rule->tag, "");
+        EXPECT_EQ(rule->tag(), "");
     }
     EXPECT_EQ(rules[1]->flags, RuleFlag::TeamID);
     EXPECT_EQ(rules[3]->flags, RuleFlag::User);

@@ -56,7 +56,7 @@ TEST_F(RuleFileWriterTest, WritesUserWatchRulesThenPolicyRulesInGroupOrder)
     auto later = policyRule(PolicyClass::Deny, PolicyType::Prefix, u"/b"_s, u"/bin/Zed"_s, 17);
     auto earlier =
         policyRule(PolicyClass::Allow, PolicyType::Suffix, u"/a"_s, u"/bin/app"_s, 3, u"TEAM123456"_s);
-    earlier->tag = u"say \"hi\""_s;
+    earlier->setTag(u"say \"hi\""_s);
     earlier->created = 1700000000;
     auto watch = watchRule(u"/w"_s, u"any"_s);
     watch->flags = RuleFlag::Sticky;
@@ -86,11 +86,11 @@ TEST_F(RuleFileWriterTest, LinesAreEachRecordsTextInUtf8)
     qint64 created = std::numeric_limits<qint64>::min();
     for (const QString &text : texts) {
         auto rule = policyRule(PolicyClass::Deny, PolicyType::Suffix, text, text, 31, text);
-        rule->tag = text;
+        rule->setTag(text);
         rule->created = created;
         created = created / 3 + 7;
         auto watch = watchRule(text, text);
-        watch->tag = text;
+        watch->setTag(text);
         records << rule << watch;
         expected += QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(rule->toString())) +
                     QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(watch->toString()));

@@ -90,11 +90,11 @@ bool isLineSeparator(QChar c)
 QString fieldsOf(const NVCRuleBase &rule)
 {
     return u"%1|%2|%3|%4|%5|%6|%7"_s
-        .arg(rule.toString(), rule.tag, rule.processName.isNull() ? u"-"_s : u"+"_s)
+        .arg(rule.toString(), rule.tag(), rule.processName().isNull() ? u"-"_s : u"+"_s)
         .arg(rule.flags)
         .arg(rule.sequence)
         .arg(rule.system)
-        .arg(rule.constraint.isNull());
+        .arg(rule.constraint().isNull());
 }
 
 // The documented steps, with what was kept carried from file to file.
@@ -153,7 +153,7 @@ bool PlainReader::read(QByteArray bytes, bool system, qsizetype &failingLine)
             rule->policyClass = RuleManager::policyClassForString(words[0]);
         rule->policyType = RuleManager::policyTypeForString(words[1]);
         rule->path = words[2];
-        rule->processName = words[3];
+        rule->setProcessName(words[3]);
         rule->operations = RuleManager::operationsForString(words[4]);
         rule->system = system;
         rule->sequence = sequence++;
@@ -161,10 +161,10 @@ bool PlainReader::read(QByteArray bytes, bool system, qsizetype &failingLine)
             if (system)
                 rule->flags = RuleManager::flagsForString(words[5]);
             else
-                rule->tag = words[5];
+                rule->setTag(words[5]);
         }
         if (!watch && words.size() > 6)
-            rule->constraint = words[6];
+            rule->setConstraint(words[6]);
         if (!watch && words.size() > 7)
             rule->created = RuleText::leadingInteger(words[7]);
         if (watch) {

@@ -13,8 +13,8 @@ PolicyRule makePolicy(const QString &path = QStringLiteral("/Users/a/file.txt"))
     rule.policyType = PolicyType::Path;
     rule.operations = Operation::Read | Operation::Write;
     rule.path = path;
-    rule.processName = QStringLiteral("/usr/bin/editor");
-    rule.constraint = QStringLiteral("ABCDE12345");
+    rule.setProcessName(QStringLiteral("/usr/bin/editor"));
+    rule.setConstraint(QStringLiteral("ABCDE12345"));
     return rule;
 }
 
@@ -39,7 +39,7 @@ TEST(RuleConversions, WordsAndLetters)
 TEST(RuleRecords, TextForms)
 {
     PolicyRule policy = makePolicy();
-    policy.tag = QStringLiteral("say \"hi\"");
+    policy.setTag(QStringLiteral("say \"hi\""));
     policy.created = 1700000000;
     policy.flags = RuleFlag::User;
     EXPECT_EQ(
@@ -49,10 +49,10 @@ TEST(RuleRecords, TextForms)
     WatchRule watch;
     watch.policyType = PolicyType::Prefix;
     watch.path = QStringLiteral("/etc/");
-    watch.processName = QStringLiteral("any");
+    watch.setProcessName(QStringLiteral("any"));
     watch.operations = Operation::Write | Operation::Create;
     watch.flags = RuleFlag::Sticky;
-    watch.tag = QStringLiteral("\"config\"");
+    watch.setTag(QStringLiteral("\"config\""));
     EXPECT_EQ(watch.toString(), "watch prefix \"/etc/\" \"any\" wc \"config\"\n");
     EXPECT_FALSE(watch.description().endsWith(u'>'));
 
@@ -64,16 +64,16 @@ TEST(RuleRecords, EqualityIgnoresBookkeepingFields)
 {
     const PolicyRule a = makePolicy();
     PolicyRule b = makePolicy();
-    b.tag = QStringLiteral("other");
+    b.setTag(QStringLiteral("other"));
     b.created = 42;
     b.system = true;
     b.sequence = 9;
-    b.processShortName = QStringLiteral("Editor");
+    b.setProcessShortName(QStringLiteral("Editor"));
     EXPECT_TRUE(a.isEqualTo(b));
     EXPECT_TRUE(b.isEqualTo(a));
     // Absent texts equal only each other.
     PolicyRule absent = makePolicy();
-    absent.constraint = QString();
+    absent.setConstraint(QString());
     EXPECT_TRUE(absent.isEqualTo(absent));
 
     for (auto change : std::initializer_list<void (*)(PolicyRule &)>{
@@ -81,9 +81,9 @@ TEST(RuleRecords, EqualityIgnoresBookkeepingFields)
              [](PolicyRule &r) { r.policyType = PolicyType::Prefix; },
              [](PolicyRule &r) { r.operations |= Operation::Execute; },
              [](PolicyRule &r) { r.flags = RuleFlag::TeamID; },
-             [](PolicyRule &r) { r.processName = QStringLiteral("/usr/bin/other"); },
-             [](PolicyRule &r) { r.constraint = QString(); },
-             [](PolicyRule &r) { r.constraint = QStringLiteral(""); },
+             [](PolicyRule &r) { r.setProcessName(QStringLiteral("/usr/bin/other")); },
+             [](PolicyRule &r) { r.setConstraint(QString()); },
+             [](PolicyRule &r) { r.setConstraint(QStringLiteral("")); },
          }) {
         PolicyRule c = makePolicy();
         change(c);
@@ -134,8 +134,8 @@ TEST(RuleArchive, RoundTripKeepsFieldsButNotCreationTime)
 {
     PolicyRule rule = makePolicy();
     rule.flags = RuleFlag::TeamID;
-    rule.tag = QStringLiteral("note");
-    rule.processShortName = QStringLiteral("editor");
+    rule.setTag(QStringLiteral("note"));
+    rule.setProcessShortName(QStringLiteral("editor"));
     rule.system = true;
     rule.sequence = 1ll << 40;
     rule.created = rule.initialized;
@@ -152,7 +152,7 @@ TEST(RuleArchive, RoundTripKeepsFieldsButNotCreationTime)
     ASSERT_TRUE(decoded.unarchive(archive, &error)) << qPrintable(error);
     EXPECT_TRUE(decoded.isEqualTo(rule));
     EXPECT_EQ(decoded.policyClass, 0xfffffff0u);
-    EXPECT_EQ(decoded.processShortName, "editor");
+    EXPECT_EQ(decoded.processShortName(), "editor");
     EXPECT_EQ(decoded.sequence, 1ll << 40);
     EXPECT_EQ(decoded.created, 0);
 }
@@ -160,8 +160,8 @@ TEST(RuleArchive, RoundTripKeepsFieldsButNotCreationTime)
 TEST(RuleArchive, AbsentTextsAreLeftOutAndComeBackAbsent)
 {
     WatchRule rule;
-    rule.constraint = QString();
-    rule.tag = QStringLiteral("");
+    rule.setConstraint(QString());
+    rule.setTag(QStringLiteral(""));
     const QVariantMap archive = rule.archive();
     EXPECT_FALSE(archive.contains("constraint"));
     EXPECT_FALSE(archive.contains("path"));
@@ -169,9 +169,9 @@ TEST(RuleArchive, AbsentTextsAreLeftOutAndComeBackAbsent)
 
     WatchRule decoded;
     ASSERT_TRUE(decoded.unarchive(archive, nullptr));
-    EXPECT_TRUE(decoded.constraint.isNull());
+    EXPECT_TRUE(decoded.constraint().isNull());
     EXPECT_TRUE(decoded.path.isNull());
-    EXPECT_FALSE(decoded.tag.isNull());
+    EXPECT_FALSE(decoded.tag().isNull());
 }
 
 TEST(RuleArchive, RejectsWrongTypesAndLeavesRecordUntouched)

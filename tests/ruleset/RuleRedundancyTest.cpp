@@ -23,15 +23,15 @@ TEST(RuleValidationTest, AcceptsOnlyWellFormedRules)
     };
     const QList<Case> cases{
         {"plain rule", [](PolicyRule &) {}, true},
-        {"absent process, bad class", [](PolicyRule &r) { r.processName = QString(), r.policyClass = 5; },
+        {"absent process, bad class", [](PolicyRule &r) { r.setProcessName(QString()), r.policyClass = 5; },
          false},
         {"absent path", [](PolicyRule &r) { r.path = QString(); }, false},
         {"unknown class", [](PolicyRule &r) { r.policyClass = PolicyClass::Invalid; }, false},
-        {"absent constraint", [](PolicyRule &r) { r.constraint = QString(); }, true},
-        {"nine characters", [](PolicyRule &r) { r.constraint = u"ABCDE1234"_s; }, false},
-        {"code digest", [](PolicyRule &r) { r.constraint = QString(40, u'z'); }, true},
-        {"65 characters", [](PolicyRule &r) { r.constraint = QString(65, u'a'); }, false},
-        {"platform binary", [](PolicyRule &r) { r.constraint = u"APPLE_PF_BINARY"_s; }, true},
+        {"absent constraint", [](PolicyRule &r) { r.setConstraint(QString()); }, true},
+        {"nine characters", [](PolicyRule &r) { r.setConstraint(u"ABCDE1234"_s); }, false},
+        {"code digest", [](PolicyRule &r) { r.setConstraint(QString(40, u'z')); }, true},
+        {"65 characters", [](PolicyRule &r) { r.setConstraint(QString(65, u'a')); }, false},
+        {"platform binary", [](PolicyRule &r) { r.setConstraint(u"APPLE_PF_BINARY"_s); }, true},
     };
     RuleManager manager;
     for (const Case &c : cases) {
@@ -110,7 +110,7 @@ TEST(RuleRedundancyTest, IndexAgreesWithPlainScanOnRandomRulesets)
                                   RedundancyIndex::scanGroup(manager.policyRulesByApplication()[key], *probe);
             ASSERT_EQ(manager.isRedundant(probe), expected)
                 << "seed " << seed << ": " << qPrintable(probe->description()) << " constraint "
-                << (probe->constraint.isNull() ? "absent" : qPrintable(probe->constraint));
+                << (probe->constraint().isNull() ? "absent" : qPrintable(probe->constraint()));
         }
     }
 }

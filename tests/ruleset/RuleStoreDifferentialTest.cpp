@@ -17,7 +17,7 @@ QString describe(const QList<RuleBasePtr> &rules)
 {
     QStringList lines;
     for (const RuleBasePtr &rule : rules)
-        lines.append(rule->processName + u" | "_s + rule->path + u" | "_s + rule->tag);
+        lines.append(rule->processName() + u" | "_s + rule->path + u" | "_s + rule->tag());
     return lines.join(u'\n');
 }
 
@@ -64,7 +64,7 @@ public:
         const quint32 type = m_random.bounded(3) == 0 ? PolicyType::Path : PolicyType::Prefix;
         PolicyRulePtr rule = policyRule(PolicyClass::Allow, type, u"/"_s + text(12), process(),
                                         kOperations[m_random.bounded(3)], u""_s, m_random.bounded(5) == 0);
-        rule->tag = tag();
+        rule->setTag(tag());
         return rule;
     }
     WatchRulePtr watch() { return watchRule(u"/w"_s + text(6), process(), m_random.bounded(4) == 0); }
@@ -128,7 +128,7 @@ TEST(RuleStoreDifferential, ViewsFollowAddsDeletesEditsAndFilters)
                 if (!policies.isEmpty()) {
                     const PolicyRulePtr &rule = policies.at(random.bounded(int(policies.size())));
                     if (random.bounded(2))
-                        rule->tag = random.tag();
+                        rule->setTag(random.tag());
                     else
                         rule->path = u"/"_s + random.text(12);
                     manager.ruleChangedInPlace();
@@ -252,7 +252,7 @@ TEST(RuleStoreDifferential, SingleRuleChangesMatchFullRebuilds)
             case 2:
                 if (!policies.isEmpty()) {
                     const PolicyRulePtr &rule = policies.at(random.bounded(int(policies.size())));
-                    rule->tag = random.tag();
+                    rule->setTag(random.tag());
                     incremental.ruleChangedInPlace();
                     rebuilt.ruleChangedInPlace();
                 }

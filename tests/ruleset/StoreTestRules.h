@@ -15,9 +15,9 @@ inline PolicyRulePtr policyRule(quint32 policyClass, quint32 policyType, const Q
     rule->policyClass = policyClass;
     rule->policyType = policyType;
     rule->path = path;
-    rule->processName = processName;
+    rule->setProcessName(processName);
     rule->operations = operations;
-    rule->constraint = constraint;
+    rule->setConstraint(constraint);
     rule->system = system;
     return rule;
 }
@@ -27,7 +27,7 @@ inline WatchRulePtr watchRule(const QString &path, const QString &processName, b
     auto rule = std::make_shared<WatchRule>();
     rule->policyType = PolicyType::Prefix;
     rule->path = path;
-    rule->processName = processName;
+    rule->setProcessName(processName);
     rule->operations = Operation::Read;
     rule->system = system;
     return rule;

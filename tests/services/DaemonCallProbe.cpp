@@ -22,7 +22,7 @@ QList<QVariantMap> oneRule()
 {
     auto rule = std::make_shared<PolicyRule>();
     rule->path = QStringLiteral("/home/probe/");
-    rule->processName = QStringLiteral("any");
+    rule->setProcessName(QStringLiteral("any"));
     rule->operations = 1;
     return quiven::dbus::archivePolicyRules({rule});
 }

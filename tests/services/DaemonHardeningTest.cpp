@@ -43,7 +43,7 @@ QVariantMap ruleArchive(const QString &path)
 {
     auto rule = std::make_shared<PolicyRule>();
     rule->path = path;
-    rule->processName = QStringLiteral("any");
+    rule->setProcessName(QStringLiteral("any"));
     rule->operations = 1;
     return quiven::dbus::archivePolicyRules({rule}).constFirst();
 }

@@ -106,7 +106,7 @@ TEST_F(RuleEditors, PolicyEditorsComposeTheProcessNameWatchEditorsKeepItWhole)
 
     auto watch = std::make_shared<WatchRule>();
     watch->path = QStringLiteral("/tmp/");
-    watch->processName = QStringLiteral("/usr/bin/cp via /usr/bin/env");
+    watch->setProcessName(QStringLiteral("/usr/bin/cp via /usr/bin/env"));
     watch->operations = 1;
     window->editWatch(watch);
     editor = window->editWatchWindowController();
@@ -200,7 +200,7 @@ TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKindAndSystemRulesReadOnly)
     EXPECT_FALSE(RulesDirtyFlag::isSet());
 
     const int policyRow = rowWhere(*model, [](const NVCRuleBase &rule) {
-        return !rule.system && rule.processName == QLatin1String("/usr/bin/git via /usr/share/code/code");
+        return !rule.system && rule.processName() == QLatin1String("/usr/bin/git via /usr/share/code/code");
     });
     ASSERT_GE(policyRow, 0);
     window->openContextMenuForRow(policyRow, QPoint());

@@ -26,7 +26,7 @@ QString unwritableOptionName(RuleField field, const QString &parent)
 {
     if (field == RuleField::Process && !parent.isEmpty()) {
         PolicyRule parentOnly;
-        parentOnly.processName = parent;
+        parentOnly.setProcessName(parent);
         if (unwritableRuleField(parentOnly))
             return kParent;
     }
@@ -98,13 +98,13 @@ RuleBasePtr ruleFromFieldOptions(const QCommandLineParser &parser, QString *erro
     rule->policyType = policyType;
     rule->path = parser.value(kPath);
     const QString parent = parser.value(kParent);
-    rule->processName = parent.isEmpty() ? parser.value(kProcess)
-                                         : QStringLiteral("%1 via %2").arg(parser.value(kProcess), parent);
+    rule->setProcessName(parent.isEmpty() ? parser.value(kProcess)
+                                          : QStringLiteral("%1 via %2").arg(parser.value(kProcess), parent));
     rule->operations = RuleManager::operationsForString(letters);
     if (parser.isSet(kTag))
-        rule->tag = parser.value(kTag);
+        rule->setTag(parser.value(kTag));
     if (parser.isSet(kConstraint))
-        rule->constraint = parser.value(kConstraint);
+        rule->setConstraint(parser.value(kConstraint));
     rule->created = QDateTime::currentSecsSinceEpoch();
 
     if (const std::optional<RuleField> field = unwritableRuleField(*rule)) {
@@ -114,7 +114,7 @@ RuleBasePtr ruleFromFieldOptions(const QCommandLineParser &parser, QString *erro
     }
     RuleManager validator;
     if (!validator.validateRule(*rule)) {
-        *error = QStringLiteral("invalid rule: the constraint '%1' is not accepted").arg(rule->constraint);
+        *error = QStringLiteral("invalid rule: the constraint '%1' is not accepted").arg(rule->constraint());
         return nullptr;
     }
     return rule;
