@@ -1,0 +1,47 @@
+#include "SharedText.h"
+
+#include <QList>
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+// Equal numbers must mean exactly equal code units: the store compares rules,
+// finds groups and drops duplicates by number.
+TEST(SharedText, EqualNumbersExactlyForEqualTexts)
+{
+    const QString kelvin = QString(QChar(0x212A)) + u"elvin";
+    const QList<QString> distinct{QString(), u""_s, u"k"_s, u"K"_s, kelvin, u"Kelvin"_s, u"ß"_s, u"ss"_s};
+    for (qsizetype i = 0; i < distinct.size(); ++i) {
+        const SharedText shared(distinct[i]);
+        EXPECT_EQ(shared.isNull(), distinct[i].isNull());
+        EXPECT_EQ(shared.text().isNull(), distinct[i].isNull());
+        EXPECT_EQ(shared.text(), distinct[i]);
+        EXPECT_EQ(SharedText(QString(distinct[i].constData(), distinct[i].size())) == shared,
+                  !distinct[i].isNull());
+        for (qsizetype j = 0; j < distinct.size(); ++j)
+            EXPECT_EQ(SharedText(distinct[j]) == shared, i == j) << i << " " << j;
+    }
+    EXPECT_EQ(SharedText(), SharedText(QString()));
+}
+
+// Readers on two threads name texts at once; each text must get one number,
+// and texts stored by one thread must read back whole on the other.
+TEST(SharedText, TwoThreadsGetTheSameNumbers)
+{
+    constexpr int kTexts = 20000;
+    const auto name = [](int i) { return QStringLiteral("/opt/app-%1/bin/run").arg(i); };
+    std::vector<SharedText> first(kTexts);
+    std::vector<SharedText> second(kTexts);
+    std::thread other([&] {
+        for (int i = kTexts; i-- > 0;)
+            second[std::size_t(i)] = SharedText(name(i));
+    });
+    for (int i = 0; i < kTexts; ++i)
+        first[std::size_t(i)] = SharedText(name(i));
+    other.join();
+    for (int i = 0; i < kTexts; ++i) {
+        ASSERT_EQ(first[std::size_t(i)], second[std::size_t(i)]) << i;
+        ASSERT_EQ(first[std::size_t(i)].text(), name(i));
+    }
+}
