@@ -13,8 +13,8 @@
 Q_LOGGING_CATEGORY(lcRuleBase, "com.norvalis.NVCRuleBase", QtInfoMsg)
 
 NVCRuleBase::NVCRuleBase()
-    : m_tag(RuleText::emptyText())
-    , m_constraint(RuleText::emptyText())
+    : m_tag(SharedText::empty())
+    , m_constraint(SharedText::empty())
 {}
 
 NVCRuleBase::~NVCRuleBase() = default;

@@ -97,7 +97,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
         };
 
         if (first == "watch" && count >= 5) {
-            auto rule = std::make_shared<WatchRule>();
+            auto rule = m_records.newWatchRule();
             fillSharedFields(*rule);
             parsed.push_back({Kind::Watch, line, std::move(rule)});
         } else if (first == "set" && count >= 3) {
@@ -107,7 +107,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
         } else if (count < 5) {
             parsed.push_back({Kind::Malformed, line, nullptr});
         } else {
-            auto rule = std::make_shared<PolicyRule>();
+            auto rule = m_records.newPolicyRule();
             rule->policyClass = RuleText::policyClassForWord(first);
             fillSharedFields(*rule);
             if (count > 6)

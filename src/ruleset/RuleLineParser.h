@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NVCRuleBase.h"
+#include "RecordArena.h"
 #include "RuleReadSupport.h"
 #include "RuleTokenizer.h"
 
@@ -43,6 +44,7 @@ public:
 private:
     Utf8TextPool m_strings;
     Utf8RuleTokens m_tokens;
+    RecordArena m_records;
     bool m_system;
 };
 

@@ -17,6 +17,9 @@ constinit std::atomic<QString *> blocks[kBlockCount] = {};
 class TextTable
 {
 public:
+    static constexpr quint32 kNullId = 0;
+    static constexpr quint32 kEmptyId = 1;
+
     TextTable()
     {
         store(QString());
@@ -26,7 +29,7 @@ public:
     quint32 idOf(const QString &text)
     {
         if (text.isNull())
-            return 0;
+            return kNullId;
         QMutexLocker locker(&m_lock);
         const auto found = m_ids.constFind(text);
         if (found != m_ids.cend())
@@ -50,7 +53,7 @@ private:
             blocks[id / kBlockSize].store(block, std::memory_order_release);
         }
         block[id % kBlockSize] = text;
-        if (id != 0)
+        if (id != kNullId)
             m_ids.insert(text, id);
         ++m_count;
         return id;
@@ -74,6 +77,12 @@ TextTable &table()
 SharedText::SharedText(const QString &text)
     : m_id(table().idOf(text))
 {}
+
+SharedText SharedText::empty()
+{
+    // The table stores it first when made, and texts are read through the table.
+    return SharedText(TextTable::kEmptyId);
+}
 
 const QString &SharedText::text() const
 {

@@ -12,6 +12,8 @@ class SharedText
 public:
     SharedText() = default; // the absent text
     explicit SharedText(const QString &text);
+    // The empty text, without a lookup: every new record starts with it.
+    static SharedText empty();
 
     const QString &text() const;
     bool isNull() const { return m_id == 0; }
@@ -20,5 +22,9 @@ public:
     friend size_t qHash(SharedText text, size_t seed = 0) { return qHash(text.m_id, seed); }
 
 private:
+    explicit SharedText(quint32 id)
+        : m_id(id)
+    {}
+
     quint32 m_id = 0;
 };

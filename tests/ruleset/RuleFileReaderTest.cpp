@@ -50,6 +50,12 @@ TEST_F(RuleFileReader, ReadsUserFile)
     ASSERT_EQ(manager.traceRules().size(), 1);
     EXPECT_TRUE(manager.filterOptions().isEmpty()) << "set lines of a user file are ignored";
     EXPECT_EQ(manager.ruleSequence(), 8);
+
+    // Rules read together share their storage: one held alone keeps it alive.
+    const PolicyRulePtr kept = rules[4];
+    const QString keptText = kept->toString();
+    manager.reset();
+    EXPECT_EQ(kept->toString(), keptText);
 }
 
 TEST_F(RuleFileReader, RefusesUnreadableFilesAndKeepsEarlierRules)

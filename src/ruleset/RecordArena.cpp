@@ -1,0 +1,81 @@
+#include "RecordArena.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace {
+
+// Blocks grow from a few records, as most files read are small, to a size
+// that makes the allocations of a large file few.
+constexpr std::size_t kFirstBlockRecords = 16;
+constexpr std::size_t kLargestBlockRecords = 1024;
+
+template <typename Record> class RecordBlocks
+{
+public:
+    RecordBlocks() = default;
+    RecordBlocks(const RecordBlocks &) = delete;
+    RecordBlocks &operator=(const RecordBlocks &) = delete;
+
+    ~RecordBlocks()
+    {
+        for (std::size_t block = 0; block < m_blocks.size(); ++block) {
+            const std::size_t used = block + 1 == m_blocks.size() ? m_usedInLast : m_blocks[block].capacity;
+            for (std::size_t i = 0; i < used; ++i)
+                m_blocks[block].records()[i].~Record();
+            ::operator delete(m_blocks[block].storage, std::align_val_t(alignof(Record)));
+        }
+    }
+
+    Record *emplace()
+    {
+        if (m_blocks.empty() || m_usedInLast == m_blocks.back().capacity) {
+            const std::size_t capacity = m_blocks.empty()
+                                             ? kFirstBlockRecords
+                                             : std::min(m_blocks.back().capacity * 2, kLargestBlockRecords);
+            m_blocks.reserve(m_blocks.size() + 1);
+            m_blocks.push_back(
+                {::operator new(capacity * sizeof(Record), std::align_val_t(alignof(Record))), capacity});
+            m_usedInLast = 0;
+        }
+        Record *record = new (m_blocks.back().records() + m_usedInLast) Record();
+        ++m_usedInLast;
+        return record;
+    }
+
+private:
+    struct Block
+    {
+        void *storage;
+        std::size_t capacity;
+        Record *records() const { return static_cast<Record *>(storage); }
+    };
+    std::vector<Block> m_blocks;
+    std::size_t m_usedInLast = 0;
+};
+
+} // namespace
+
+struct RecordArena::Blocks
+{
+    RecordBlocks<PolicyRule> policies;
+    RecordBlocks<WatchRule> watches;
+};
+
+RecordArena::RecordArena()
+    : m_blocks(std::make_shared<Blocks>())
+{}
+
+RecordArena::~RecordArena() = default;
+
+PolicyRulePtr RecordArena::newPolicyRule()
+{
+    return PolicyRulePtr(m_blocks, m_blocks->policies.emplace());
+}
+
+WatchRulePtr RecordArena::newWatchRule()
+{
+    return WatchRulePtr(m_blocks, m_blocks->watches.emplace());
+}

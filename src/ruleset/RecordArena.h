@@ -1,0 +1,26 @@
+#pragma once
+
+#include "PolicyRule.h"
+#include "WatchRule.h"
+
+#include <memory>
+
+// The records of one read, placed side by side in large blocks instead of one
+// heap block each: a ruleset holds millions. Every record handed out shares
+// one owner, so the blocks live until the last of them is released, and a
+// record dropped early keeps its place until then.
+class RecordArena
+{
+public:
+    RecordArena();
+    ~RecordArena();
+    RecordArena(const RecordArena &) = delete;
+    RecordArena &operator=(const RecordArena &) = delete;
+
+    PolicyRulePtr newPolicyRule();
+    WatchRulePtr newWatchRule();
+
+private:
+    struct Blocks;
+    std::shared_ptr<Blocks> m_blocks;
+};
