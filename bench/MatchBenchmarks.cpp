@@ -26,8 +26,10 @@ QString busiestProgram(const RuleManager &manager)
 QString fileUnderPrefixRule(const RuleManager &manager, const QString &program, const QString &home)
 {
     for (const PolicyRulePtr &rule : manager.policyRules()) {
-        if (rule->processName() == program && rule->policyType == PolicyType::Prefix && rule->path != u"any")
-            return (rule->path.startsWith(u'~') ? home + rule->path.mid(1) : rule->path) + u"report.pdf";
+        if (rule->processName() == program && rule->policyType == PolicyType::Prefix &&
+            rule->path() != u"any")
+            return (rule->path().startsWith(u'~') ? home + rule->path().mid(1) : rule->path()) +
+                   u"report.pdf";
     }
     return home + u"/report.pdf";
 }

@@ -128,7 +128,7 @@ PolicyRulePtr addedRule(qint64 number)
     auto rule = std::make_shared<PolicyRule>();
     rule->policyClass = PolicyClass::Allow;
     rule->policyType = PolicyType::Prefix;
-    rule->path = QStringLiteral("/home/alice/Added/%1/").arg(number);
+    rule->setPath(QStringLiteral("/home/alice/Added/%1/").arg(number));
     rule->setProcessName(QStringLiteral("/usr/bin/added-editor"));
     rule->operations = Operation::Read;
     return rule;

@@ -9,9 +9,9 @@ namespace {
 
 std::optional<QString> refusalFor(const NVCRuleBase &rule)
 {
-    for (const QString *text :
-         {&rule.path, &rule.processName(), &rule.tag(), &rule.constraint(), &rule.processShortName()}) {
-        if (text->size() > kMaxRuleTextLength)
+    for (const QStringView text : {rule.pathView(), QStringView(rule.processName()), QStringView(rule.tag()),
+                                   QStringView(rule.constraint()), QStringView(rule.processShortName())}) {
+        if (text.size() > kMaxRuleTextLength)
             return QStringLiteral("a text of the rule is longer than %1 characters").arg(kMaxRuleTextLength);
     }
     if (const std::optional<RuleField> field = unwritableRuleField(rule))

@@ -101,7 +101,7 @@ bool AccessMatcher::rememberedProcessMatches(const QString &processText) const
 
 bool AccessMatcher::pathMatches(const NVCRuleBase &rule) const
 {
-    const QString &rulePath = rule.path;
+    const QStringView rulePath = rule.pathView();
     if (rulePath.isNull())
         return false;
     if (rulePath == kAny)

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <limits>
 
-bool FoldedAsciiTexts::append(const QString &text, quint32 owner)
+bool FoldedAsciiTexts::append(QStringView text, quint32 owner)
 {
     const qsizetype start = m_bytes.size();
     if (text.isNull() || std::size_t(start) + std::size_t(text.size()) >= std::numeric_limits<quint32>::max())

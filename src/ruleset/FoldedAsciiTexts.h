@@ -12,7 +12,7 @@ class FoldedAsciiTexts
 public:
     // Adds `text` as belonging to `owner`; false, adding nothing, for a null
     // text, a unit that is not ASCII or is NUL, or a full blob.
-    bool append(const QString &text, quint32 owner);
+    bool append(QStringView text, quint32 owner);
     // Owners numbered `owner` and above move one up, making room for a new one.
     void makeRoomForOwner(quint32 owner);
     // `owner`'s text no longer counts, and the owners above it move one down.

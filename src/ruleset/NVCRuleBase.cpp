@@ -31,7 +31,7 @@ QString NVCRuleBase::description() const
         .arg(quintptr(this), 0, 16)
         .arg(policyClass)
         .arg(policyType)
-        .arg(RuleText::orNullMarker(path))
+        .arg(RuleText::orNullMarker(path()))
         .arg(operations)
         .arg(RuleText::orNullMarker(processName()), RuleText::orNullMarker(processShortName()))
         .arg(int(system))
@@ -70,10 +70,10 @@ bool NVCRuleBase::fieldsEqual(const NVCRuleBase &other, bool comparePathsAsDirec
     if (policyType != other.policyType || policyClass != other.policyClass ||
         operations != other.operations || flags != other.flags)
         return false;
-    const bool pathsEqual =
-        comparePathsAsDirectories
-            ? isStringEqualToString(RuleText::directoryOfPath(path), RuleText::directoryOfPath(other.path))
-            : isStringEqualToString(path, other.path);
+    const bool pathsEqual = comparePathsAsDirectories
+                                ? isStringEqualToString(RuleText::directoryOfPath(path()),
+                                                        RuleText::directoryOfPath(other.path()))
+                                : isStringEqualToString(pathView(), other.pathView());
     return pathsEqual && m_processName == other.m_processName && m_constraint == other.m_constraint;
 }
 
@@ -143,7 +143,7 @@ QVariantMap NVCRuleBase::archive() const
     QVariantMap archive;
     archive.insert(kPolicyClass, int(policyClass));
     archive.insert(kPolicyType, int(policyType));
-    putText(archive, kPath, path);
+    putText(archive, kPath, path());
     archive.insert(kOperations, int(operations));
     archive.insert(kFlags, int(flags));
     putText(archive, kProcessName, processName());
@@ -188,7 +188,7 @@ bool NVCRuleBase::unarchive(const QVariantMap &archive, QString *error)
     policyType = newType;
     operations = newOperations;
     flags = newFlags;
-    path = newPath;
+    setPath(newPath);
     setProcessName(newProcessName);
     setTag(newTag);
     setProcessShortName(newShortName);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RecordPath.h"
 #include "RuleEnums.h"
 #include "SharedText.h"
 
@@ -20,11 +21,18 @@ public:
     quint32 policyType = 0;
     quint32 operations = 0;
     quint32 flags = 0;
-    QString path;
     qint64 created = 0;
     qint64 sequence = 0;
     // With the shared texts, last: a derived record's small fields fill the padding after them.
     bool system = false;
+
+    QString path() const { return m_path.text(); }
+    // The path without a copy, valid while the record lives and its path is unchanged.
+    QStringView pathView() const { return m_path.view(); }
+    void setPath(const QString &text) { m_path.set(text); }
+    // For a reader placing the path in the same storage as the record: the
+    // text must live exactly as long as the record.
+    void setPathKeptWithRecord(QStringView text) { m_path.setKeptWithRecord(text); }
 
     // Texts that many rules repeat are held as shared numbers: a ruleset holds
     // millions of records.
@@ -69,6 +77,7 @@ protected:
     bool fieldsEqual(const NVCRuleBase &other, bool comparePathsAsDirectories) const;
 
 private:
+    RecordPath m_path;
     SharedText m_processName;
     SharedText m_tag;
     SharedText m_constraint;

@@ -14,7 +14,7 @@ void prefetchAhead(const QList<PolicyRulePtr> &group, qsizetype at, qsizetype di
     if (at + distance < group.size() && group[at + distance])
         prefetchRuleData(group[at + distance].get());
     if (at + distance / 2 < group.size() && group[at + distance / 2])
-        prefetchRuleData(group[at + distance / 2]->path.constData());
+        prefetchRuleData(group[at + distance / 2]->pathView().data());
 }
 
 } // namespace
@@ -34,7 +34,7 @@ PolicyFilterRows::PolicyFilterRows(const QStringList &sortedKeys,
             const PolicyRulePtr &rule = (*group)[i];
             if (!rule)
                 continue;
-            const bool pathFolded = m_paths.append(rule->path, quint32(m_rows.size()));
+            const bool pathFolded = m_paths.append(rule->pathView(), quint32(m_rows.size()));
             m_rows.push_back(Row{rule, pathFolded, sharedTextIndex(rule->sharedProcessName(), lastProcess),
                                  sharedTextIndex(rule->sharedTag(), lastTag)});
         }
@@ -86,7 +86,7 @@ std::vector<const PolicyRulePtr *> PolicyFilterRows::matching(RuleSearch &search
     for (std::size_t i = 0; i < count; ++i) {
         const Row &row = m_rows[i];
         const bool pathMatches =
-            (blobsDecide && row.pathFolded) ? bool(pathHits[i]) : search.matches(row.rule->path);
+            (blobsDecide && row.pathFolded) ? bool(pathHits[i]) : search.matches(row.rule->pathView());
         if (pathMatches || sharedTextMatches(row.process) || sharedTextMatches(row.tag))
             kept.push_back(&row.rule);
     }
@@ -101,7 +101,7 @@ void PolicyFilterRows::insert(const PolicyRulePtr &rule,
     const auto index = quint32(at - m_rows.begin());
     m_paths.makeRoomForOwner(index);
     LastSharedText none;
-    Row row{rule, m_paths.append(rule->path, index), sharedTextIndex(rule->sharedProcessName(), none),
+    Row row{rule, m_paths.append(rule->pathView(), index), sharedTextIndex(rule->sharedProcessName(), none),
             sharedTextIndex(rule->sharedTag(), none)};
     m_rows.insert(at, std::move(row));
 }

@@ -20,7 +20,7 @@ QString PolicyRule::toString() const
     QString cleanTag = tag();
     cleanTag.remove(u'"');
     return RuleText::policyClassWord(policyClass) + u' ' + RuleText::policyTypeWord(policyType) + u" \"" +
-           path + u"\" \"" + processName() + u"\" " + RuleText::operationLetters(operations) + u" \"" +
+           path() + u"\" \"" + processName() + u"\" " + RuleText::operationLetters(operations) + u" \"" +
            cleanTag + u"\" \"" + constraint() + u"\" \"" + QString::number(created) + u"\"\n";
 }
 

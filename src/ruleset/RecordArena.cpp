@@ -11,6 +11,7 @@ namespace {
 // that makes the allocations of a large file few.
 constexpr std::size_t kFirstBlockRecords = 16;
 constexpr std::size_t kLargestBlockRecords = 1024;
+constexpr qsizetype kTextBlockUnits = 32 * 1024;
 
 template <typename Record> class RecordBlocks
 {
@@ -56,12 +57,39 @@ private:
     std::size_t m_usedInLast = 0;
 };
 
+// Texts one after another, without a header or terminator each.
+class TextBlocks
+{
+public:
+    char16_t *space(qsizetype units)
+    {
+        if (units > m_left) {
+            const qsizetype size = std::max(units, kTextBlockUnits);
+            m_at = m_blocks.emplace_back(std::make_unique<char16_t[]>(std::size_t(size))).get();
+            m_left = size;
+        }
+        return m_at;
+    }
+
+    void take(qsizetype units)
+    {
+        m_at += units;
+        m_left -= units;
+    }
+
+private:
+    std::vector<std::unique_ptr<char16_t[]>> m_blocks;
+    char16_t *m_at = nullptr;
+    qsizetype m_left = 0;
+};
+
 } // namespace
 
 struct RecordArena::Blocks
 {
     RecordBlocks<PolicyRule> policies;
     RecordBlocks<WatchRule> watches;
+    TextBlocks texts;
 };
 
 RecordArena::RecordArena()
@@ -78,4 +106,13 @@ PolicyRulePtr RecordArena::newPolicyRule()
 WatchRulePtr RecordArena::newWatchRule()
 {
     return WatchRulePtr(m_blocks, m_blocks->watches.emplace());
+}
+
+QStringView RecordArena::keepText(QByteArrayView utf8, QStringDecoder &decoder)
+{
+    char16_t *start = m_blocks->texts.space(decoder.requiredSpace(utf8.size()));
+    const qsizetype units =
+        reinterpret_cast<char16_t *>(decoder.appendToBuffer(reinterpret_cast<QChar *>(start), utf8)) - start;
+    m_blocks->texts.take(units);
+    return QStringView(start, units);
 }

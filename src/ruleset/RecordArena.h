@@ -3,6 +3,9 @@
 #include "PolicyRule.h"
 #include "WatchRule.h"
 
+#include <QByteArrayView>
+#include <QStringDecoder>
+#include <QStringView>
 #include <memory>
 
 // The records of one read, placed side by side in large blocks instead of one
@@ -19,6 +22,8 @@ public:
 
     PolicyRulePtr newPolicyRule();
     WatchRulePtr newWatchRule();
+    // `utf8` decoded into storage that lives as long as the records.
+    QStringView keepText(QByteArrayView utf8, QStringDecoder &decoder);
 
 private:
     struct Blocks;

@@ -9,9 +9,9 @@
 
 namespace {
 
-bool isWholeScopePath(const QString &path)
+bool isWholeScopePath(QStringView path)
 {
-    return !path.isNull() && (path.isEmpty() || path == QLatin1String("any"));
+    return !path.isNull() && (path.isEmpty() || path == QLatin1StringView("any"));
 }
 
 quint8 lowMask(quint32 operations)
@@ -23,7 +23,7 @@ quint8 lowMask(quint32 operations)
 // left out of the index entirely.
 bool canCover(const PolicyRule &rule)
 {
-    return !rule.path.isNull() && !rule.sharedConstraint().isNull();
+    return !rule.pathView().isNull() && !rule.sharedConstraint().isNull();
 }
 
 // Paths of a group mostly share a long beginning: four units are compared at once.
@@ -73,10 +73,10 @@ bool RedundancyIndex::covers(const PolicyRule &covering, const PolicyRule &rule)
         return false;
     if (covering.sharedConstraint() != rule.sharedConstraint())
         return false;
-    if (isWholeScopePath(covering.path))
+    if (isWholeScopePath(covering.pathView()))
         return true;
-    return covering.policyType == PolicyType::Prefix && !rule.path.isNull() &&
-           rule.path.startsWith(covering.path);
+    return covering.policyType == PolicyType::Prefix && !rule.pathView().isNull() &&
+           rule.pathView().startsWith(covering.pathView());
 }
 
 bool RedundancyIndex::scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
@@ -145,10 +145,10 @@ RedundancyIndex::GroupIndex::GroupIndex(const QList<PolicyRulePtr> &group)
         if (!member || !canCover(*member))
             continue;
         const PolicyRule &rule = *member;
-        if (isWholeScopePath(rule.path)) {
+        if (isWholeScopePath(rule.pathView())) {
             bucketFor(wholeScope, rule.policyClass, rule.sharedConstraint()).add(lowMask(rule.operations));
         } else if (rule.policyType == PolicyType::Prefix) {
-            prefixPaths.emplace_back(rule.path);
+            prefixPaths.emplace_back(rule.pathView());
             prefixRules.push_back(&rule);
         } else {
             continue;
@@ -213,20 +213,21 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
 
     if (const Bucket *bucket = findBucket(wholeScope, rule.policyClass, rule.sharedConstraint())) {
         int count = bucket->coveringCount(mask);
-        if (count > 0 && isWholeScopePath(rule.path))
+        if (count > 0 && isWholeScopePath(rule.pathView()))
             count -= selfCount(rule);
         if (count > 0)
             return true;
     }
 
-    if (rule.path.isNull() || prefix.empty())
+    if (rule.pathView().isNull() || prefix.empty())
         return false;
-    for (int i = longestPrefixOf(rule.path); i >= 0; i = prefix[i].parent) {
+    for (int i = longestPrefixOf(rule.pathView()); i >= 0; i = prefix[i].parent) {
         const Bucket *bucket = findBucket(prefix[i].buckets, rule.policyClass, rule.sharedConstraint());
         if (!bucket)
             continue;
         int count = bucket->coveringCount(mask);
-        if (count > 0 && rule.policyType == PolicyType::Prefix && sameUnits(rule.path, pathOf(prefix[i])))
+        if (count > 0 && rule.policyType == PolicyType::Prefix &&
+            sameUnits(rule.pathView(), pathOf(prefix[i])))
             count -= selfCount(rule);
         if (count > 0)
             return true;

@@ -23,7 +23,7 @@ bool isRuleLineSeparator(char16_t c)
 
 std::optional<RuleField> unwritableRuleField(const NVCRuleBase &rule)
 {
-    if (!fitsQuotedField(rule.path))
+    if (!fitsQuotedField(rule.pathView()))
         return RuleField::Path;
     if (!fitsQuotedField(rule.processName()))
         return RuleField::Process;

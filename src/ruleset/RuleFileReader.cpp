@@ -68,18 +68,18 @@ bool mergeIntoFailsafeGroup(QList<PolicyRulePtr> &group, PolicyRule &rule)
         if (member->isEqualTo(rule))
             return true;
     }
-    if (rule.path.startsWith(u':'))
+    if (rule.path().startsWith(u':'))
         return false;
     bool duplicate = false;
     for (const PolicyRulePtr &member : group) {
         if (!member->isEqualToRuleWithPrefix(rule))
             continue;
         duplicate = true;
-        const QString directory = RuleText::directoryOfPath(member->path);
-        if (directory == RuleText::directoryOfPath(rule.path) && directory != member->path &&
-            member->path != rule.path) {
-            member->path = directory;
-            rule.path = directory;
+        const QString directory = RuleText::directoryOfPath(member->path());
+        if (directory == RuleText::directoryOfPath(rule.path()) && directory != member->path() &&
+            member->path() != rule.path()) {
+            member->setPath(directory);
+            rule.setPath(directory);
         }
     }
     return duplicate;
@@ -144,7 +144,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             auto rule = std::static_pointer_cast<WatchRule>(entry.rule);
             rule->sequence = m_ruleSequence++;
             qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
-                    rule->policyType, qUtf8Printable(rule->path), qUtf8Printable(rule->processName()),
+                    rule->policyType, qUtf8Printable(rule->path()), qUtf8Printable(rule->processName()),
                     rule->operations, qUtf8Printable(RuleText::operationLetters(rule->operations)));
             if (!state.watchRulesIndexed) {
                 for (const WatchRulePtr &existing : std::as_const(m_watchRules))
@@ -193,13 +193,13 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
 
         auto rule = std::static_pointer_cast<PolicyRule>(entry.rule);
         rule->sequence = m_ruleSequence++;
-        if ((rule->flags & RuleFlag::TeamID) && rule->path == u"/Users/")
+        if ((rule->flags & RuleFlag::TeamID) && rule->path() == u"/Users/")
             m_teamIDsWhitelist.insert(rule->constraint());
         ReadState::Group &group = state.groupFor(*rule);
         qCDebug(lcRuleManagement,
                 "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
                 "application directory for '%s'",
-                rule->policyClass, rule->policyType, qUtf8Printable(rule->path),
+                rule->policyClass, rule->policyType, qUtf8Printable(rule->path()),
                 qUtf8Printable(rule->processName()), rule->operations, rule->flags,
                 qUtf8Printable(rule->constraint()), qUtf8Printable(group.key));
 

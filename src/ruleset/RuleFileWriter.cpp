@@ -52,7 +52,7 @@ bool RuleManager::writeToFile(const QString &path)
         if (i + distance < rules.size() && rules[i + distance])
             prefetchRuleData(rules[i + distance].get());
         if (i + distance / 2 < rules.size() && rules[i + distance / 2])
-            prefetchRuleData(rules[i + distance / 2]->path.constData());
+            prefetchRuleData(rules[i + distance / 2]->pathView().data());
         const PolicyRulePtr &rule = rules[i];
         if (rule && !rule->system)
             output.write(*rule);

@@ -50,7 +50,7 @@ bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
         return false;
 
     constexpr qsizetype fixedPart = 96; // words, letters, quotes, blanks and a 64-bit number
-    const qsizetype textLength = rule.path.size() + rule.processName().size() + rule.tag().size() +
+    const qsizetype textLength = rule.pathView().size() + rule.processName().size() + rule.tag().size() +
                                  (policy ? rule.constraint().size() : 0);
     const qsizetype start = out.size();
     out.resize(start + fixedPart + 3 * textLength);
@@ -61,7 +61,7 @@ bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
     *at++ = ' ';
     at = appendAscii(at, RuleText::policyTypeWord(rule.policyType));
     at = appendAscii(at, " \"");
-    at = appendText(at, rule.path);
+    at = appendText(at, rule.pathView());
     at = appendAscii(at, "\" \"");
     at = appendText(at, rule.processName());
     at = appendAscii(at, "\" ");

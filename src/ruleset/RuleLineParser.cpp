@@ -84,7 +84,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
         // rule's tag but a system rule's flags.
         auto fillSharedFields = [&](NVCRuleBase &rule) {
             rule.policyType = RuleText::policyTypeForWord(token(1));
-            rule.path = strings.decode(token(2));
+            strings.setPath(rule, token(2), m_records);
             rule.setProcessName(strings.intern(token(3)));
             rule.operations = RuleText::operationsForLetters(token(4));
             rule.system = system;

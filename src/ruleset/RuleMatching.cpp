@@ -68,7 +68,7 @@ void collectMatches(const std::vector<const Rule *> &candidates, const AccessMat
         if (i + distance < candidates.size())
             prefetchRuleData(candidates[i + distance]->get());
         if (i + distance / 2 < candidates.size())
-            prefetchRuleData(candidates[i + distance / 2]->get()->path.constData());
+            prefetchRuleData(candidates[i + distance / 2]->get()->pathView().data());
         if (matcher.matches(**candidates[i]))
             found.push_back(*candidates[i]);
     }

@@ -162,7 +162,7 @@ QString RuleManager::applicationBundlePathForRule(const NVCRuleBase &rule)
 
 QString RuleManager::pathForRule(const NVCRuleBase &rule)
 {
-    if (rule.path == QLatin1StringView("any"))
+    if (rule.path() == QLatin1StringView("any"))
         return QCoreApplication::translate("RuleManager", "Any path");
-    return rule.path;
+    return rule.path();
 }

@@ -13,6 +13,14 @@ QString Utf8TextPool::decode(QByteArrayView utf8)
     return utf8.isEmpty() ? RuleText::emptyText() : QString(m_decoder.decode(utf8));
 }
 
+void Utf8TextPool::setPath(NVCRuleBase &rule, QByteArrayView utf8, RecordArena &records)
+{
+    if (utf8.isEmpty())
+        rule.setPath(RuleText::emptyText());
+    else
+        rule.setPathKeptWithRecord(records.keepText(utf8, m_decoder));
+}
+
 SharedText Utf8TextPool::intern(QByteArrayView utf8)
 {
     const auto found = m_strings.constFind(utf8);
@@ -33,8 +41,8 @@ namespace {
 // Covers fields isEqualTo compares, telling absent texts from empty ones.
 size_t equalityHash(const NVCRuleBase &rule)
 {
-    return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.path,
-                      rule.path.isNull(), rule.sharedProcessName(), rule.sharedConstraint());
+    return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.pathView(),
+                      rule.pathView().isNull(), rule.sharedProcessName(), rule.sharedConstraint());
 }
 
 constexpr std::size_t kInitialSlots = 64;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NVCRuleBase.h"
+#include "RecordArena.h"
 #include "SharedText.h"
 
 #include <QHash>
@@ -18,8 +19,10 @@ public:
     // `file` is the text being read: keys are views of it, so it must outlive the pool.
     explicit Utf8TextPool(QByteArrayView file);
 
-    // Every occurrence its own text, as a path is.
+    // Every occurrence its own text.
     QString decode(QByteArrayView utf8);
+    // A path, kept beside the records of `records`.
+    void setPath(NVCRuleBase &rule, QByteArrayView utf8, RecordArena &records);
     SharedText intern(QByteArrayView utf8);
 
 private:

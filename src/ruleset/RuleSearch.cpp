@@ -61,13 +61,13 @@ RuleSearch::RuleSearch(const QString &text)
     }
 }
 
-bool RuleSearch::matches(const QString &field) const
+bool RuleSearch::matches(QStringView field) const
 {
     if (field.isNull())
         return false;
     if (m_folded.isEmpty())
         return true;
-    const auto *hay = reinterpret_cast<const char16_t *>(field.constData());
+    const char16_t *hay = field.utf16();
     return m_asciiOnly ? matchesAscii(hay, field.size()) : matchesFolding(hay, field.size());
 }
 

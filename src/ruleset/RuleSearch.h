@@ -13,7 +13,7 @@ class RuleSearch
 public:
     explicit RuleSearch(const QString &text);
 
-    bool matches(const QString &field) const;
+    bool matches(QStringView field) const;
 
     // Rules of one application share their process text and most rules share a
     // handful of tags, so answers are remembered for the last few string data.

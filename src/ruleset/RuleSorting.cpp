@@ -52,7 +52,7 @@ QString textOf(const NVCRuleBase &rule, Field field)
 {
     switch (field) {
     case Field::Path:
-        return rule.path;
+        return rule.path();
     case Field::ProcessName:
         return rule.processName();
     case Field::ProcessShortName:
@@ -141,7 +141,7 @@ public:
             if (i + distance < rows.size() && rows[i + distance])
                 prefetchRuleData(rows[i + distance].get());
             if (field == Field::Path && i + distance / 2 < rows.size() && rows[i + distance / 2])
-                prefetchRuleData(rows[i + distance / 2]->path.constData());
+                prefetchRuleData(rows[i + distance / 2]->pathView().data());
             const RuleBasePtr &row = rows[i];
             const QString text = row ? textOf(*row, field) : QString();
             if (m_localized)

@@ -95,7 +95,7 @@ void RuleManager::rebuildRulesCache()
     std::vector<const WatchRulePtr *> watches;
     watches.reserve(std::size_t(m_watchRules.size()));
     for (const WatchRulePtr &rule : std::as_const(m_watchRules)) {
-        if (rule && (!filtering || search.matches(rule->path) || search.matchesShared(rule->processName())))
+        if (rule && (!filtering || search.matches(rule->path()) || search.matchesShared(rule->processName())))
             watches.push_back(&rule);
     }
 

@@ -20,7 +20,7 @@ bool isAcceptedConstraint(const QString &constraint)
 bool RuleManager::validateRule(const NVCRuleBase &rule) const
 {
     qCDebug(lcRuleManagement).noquote() << QStringLiteral("Validating rule %1").arg(rule.description());
-    if (rule.processName().isNull() || rule.path.isNull()) {
+    if (rule.processName().isNull() || rule.pathView().isNull()) {
         qCWarning(lcRuleManagement) << "Validation failed due to invalid process name or path";
         return false;
     }

@@ -60,7 +60,7 @@ void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
 
     if (!m_searchString.isNull()) {
         RuleSearch search(m_searchString);
-        if (!search.matches(rule->path) && !search.matches(rule->processName()) &&
+        if (!search.matches(rule->path()) && !search.matches(rule->processName()) &&
             !search.matches(rule->tag())) {
             Q_EMIT viewChanged();
             return;

@@ -12,7 +12,7 @@ QString WatchRule::textForRule(const WatchRule &rule)
     QString cleanTag = rule.tag();
     cleanTag.remove(u'"');
     // A watch rule's flags are not part of its line.
-    return u"watch " + RuleText::policyTypeWord(rule.policyType) + u" \"" + rule.path + u"\" \"" +
+    return u"watch " + RuleText::policyTypeWord(rule.policyType) + u" \"" + rule.path() + u"\" \"" +
            rule.processName() + u"\" " + RuleText::operationLetters(rule.operations) + u" \"" + cleanTag +
            u"\"\n";
 }
@@ -25,7 +25,7 @@ QString WatchRule::description() const
                           "constraint: %11")
         .arg(policyClass)
         .arg(policyType)
-        .arg(RuleText::orNullMarker(path))
+        .arg(RuleText::orNullMarker(path()))
         .arg(operations)
         .arg(flags)
         .arg(RuleText::orNullMarker(processName()), RuleText::orNullMarker(tag()),

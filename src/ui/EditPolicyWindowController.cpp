@@ -81,7 +81,7 @@ void EditPolicyWindowController::configureView()
                                          [this] { updateUI(); });
     });
     connect(ui->anyPathCheckBox, &QAbstractButton::clicked, this, [this](bool ticked) {
-        NVCEditPolicyUI::updateTextField(ui->pathTextField, ticked, tr("Any path"), m_policyRule->path,
+        NVCEditPolicyUI::updateTextField(ui->pathTextField, ticked, tr("Any path"), m_policyRule->path(),
                                          [this] { updateUI(); });
     });
     connect(ui->browsePathButton, &QAbstractButton::clicked, this,
@@ -98,8 +98,8 @@ void EditPolicyWindowController::updatePolicyEditor()
 {
     const PolicyRule &rule = *m_policyRule;
     qCDebug(lcEditPolicyWindowController).noquote() << "-[EditPolicyWindowController updatePolicyEditor] path"
-                                                    << rule.path << "process" << rule.processName();
-    const QString path = rule.path.isNull() ? QString() : rule.path;
+                                                    << rule.path() << "process" << rule.processName();
+    const QString path = rule.path().isNull() ? QString() : rule.path();
     const QString process = NVCEditPolicyUI::getProcess(rule.processName());
     const QString parent = NVCEditPolicyUI::getParent(rule.processName());
 
@@ -253,7 +253,8 @@ void EditPolicyWindowController::composeRule(PolicyRule &rule) const
 
     rule.policyClass = quint32(ui->policyClassPopUp->currentIndex());
     rule.policyType = quint32(ui->policyTypePopUp->currentIndex());
-    rule.path = ui->anyPathCheckBox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
+    rule.setPath(ui->anyPathCheckBox->isChecked() ? kAny
+                                                  : Utilities::normalizePath(ui->pathTextField->text()));
     rule.setProcessName(processName);
     rule.setConstraint(ui->constraintTextField->text());
     rule.operations = NVCEditPolicyUI::operationsFromBoxes(operationBoxes());

@@ -64,7 +64,7 @@ void EditWatchWindowController::configureView()
                                          });
     });
     connect(ui->anyPathCheckbox, &QAbstractButton::clicked, this, [this](bool ticked) {
-        NVCEditPolicyUI::updateTextField(ui->pathTextField, ticked, tr("Any path"), m_watchRule->path,
+        NVCEditPolicyUI::updateTextField(ui->pathTextField, ticked, tr("Any path"), m_watchRule->path(),
                                          [this] { updateUI(); });
     });
     connect(ui->browsePathButton, &QAbstractButton::clicked, this,
@@ -79,7 +79,7 @@ void EditWatchWindowController::updateWatchEditor()
 {
     const WatchRule &rule = *m_watchRule;
     qCDebug(lcEditWatchWindowController).noquote() << "-[EditWatchWindowController updateWatchEditor] path"
-                                                   << rule.path << "process" << rule.processName();
+                                                   << rule.path() << "process" << rule.processName();
     const auto fill = [](QLineEdit *field, QAbstractButton *anyBox, const QString &text,
                          const QString &anyText) {
         const bool any = text == kAny;
@@ -88,7 +88,8 @@ void EditWatchWindowController::updateWatchEditor()
         field->setEnabled(!any);
     };
     fill(ui->processNameTextField, ui->anyApplicationCheckbox, rule.processName(), tr("Any application"));
-    fill(ui->pathTextField, ui->anyPathCheckbox, rule.path.isNull() ? QString() : rule.path, tr("Any path"));
+    fill(ui->pathTextField, ui->anyPathCheckbox, rule.path().isNull() ? QString() : rule.path(),
+         tr("Any path"));
     ui->watchTypePopUp->setCurrentIndex(int(rule.policyType));
     NVCEditPolicyUI::setOperationBoxes(operationBoxes(), rule.operations, m_mountSupported);
 
@@ -199,7 +200,8 @@ void EditWatchWindowController::composeRule(WatchRule &rule) const
     rule.setProcessName(ui->anyApplicationCheckbox->isChecked()
                             ? kAny
                             : Utilities::normalizePath(ui->processNameTextField->text()));
-    rule.path = ui->anyPathCheckbox->isChecked() ? kAny : Utilities::normalizePath(ui->pathTextField->text());
+    rule.setPath(ui->anyPathCheckbox->isChecked() ? kAny
+                                                  : Utilities::normalizePath(ui->pathTextField->text()));
     rule.policyType = quint32(ui->watchTypePopUp->currentIndex());
     rule.operations = NVCEditPolicyUI::operationsFromBoxes(operationBoxes());
 }

@@ -186,7 +186,7 @@ void NVCEditPolicyUI::populatePolicyRule(const PolicyRulePtr &rule, RuleCell &ce
         cell.text = RuleManager::pathForRule(*rule);
         if (manager.isRedundant(rule))
             cell.textColor = systemOrange();
-        else if (!hasDefaultColor(rule->policyType, rule->path, rule->system))
+        else if (!hasDefaultColor(rule->policyType, rule->path(), rule->system))
             cell.textColor = systemRed();
         break;
     case 7:
@@ -222,7 +222,7 @@ void NVCEditPolicyUI::populateWatchRule(const WatchRule &rule, RuleCell &cell, i
         break;
     case 6:
         cell.text = RuleManager::pathForRule(rule);
-        if (!hasDefaultColor(rule.policyType, rule.path, rule.system))
+        if (!hasDefaultColor(rule.policyType, rule.path(), rule.system))
             cell.textColor = systemRed();
         break;
     default:

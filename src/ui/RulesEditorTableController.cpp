@@ -467,7 +467,7 @@ void RulesEditorTableController::updateRule(const RuleBasePtr &rule, const QStri
         rule->setTag(tag);
         m_ruleManager->ruleChangedInPlace();
         qCDebug(lcRulesEditorTableController).noquote()
-            << QStringLiteral("set tag to '%1' for rule %2 / %3").arg(tag, rule->processName(), rule->path);
+            << QStringLiteral("set tag to '%1' for rule %2 / %3").arg(tag, rule->processName(), rule->path());
         m_model->reloadData();
     } else if (std::dynamic_pointer_cast<PolicyRule>(rule)) {
         displayNotice(

@@ -109,7 +109,7 @@ void RulesEditorTableController::createAndEditPolicyRuleWithProcessName(const QS
     auto rule = std::make_shared<PolicyRule>();
     rule->policyClass = 0;
     rule->policyType = 0;
-    rule->path = QStringLiteral("");
+    rule->setPath(QStringLiteral(""));
     rule->setProcessName(processName);
     rule->operations = kReadWriteCreate;
     rule->setConstraint(constraint);
@@ -121,7 +121,7 @@ void RulesEditorTableController::createAndEditWatchRuleWithProcessName(const QSt
     auto rule = std::make_shared<WatchRule>();
     rule->policyClass = 2;
     rule->policyType = 0;
-    rule->path = QStringLiteral("");
+    rule->setPath(QStringLiteral(""));
     rule->setProcessName(processName);
     rule->operations = kReadWriteCreate;
     editWatch(rule, true);

@@ -161,7 +161,7 @@ bool RulesEditorTableController::doImportPolicy(const PolicyRulePtr &rule)
         if (!derived.isNull())
             rule->setConstraint(derived);
     }
-    rule->path = Utilities::normalizePath(rule->path);
+    rule->setPath(Utilities::normalizePath(rule->path()));
     rule->setProcessName(Utilities::normalizePath(rule->processName()));
     if (!m_ruleManager->validateRule(*rule))
         return false;
@@ -176,7 +176,7 @@ bool RulesEditorTableController::doImportWatchRule(const WatchRulePtr &rule)
 {
     if (rule->tag().isEmpty())
         rule->setTag(m_currentImportTag);
-    rule->path = Utilities::normalizePath(rule->path);
+    rule->setPath(Utilities::normalizePath(rule->path()));
     rule->setProcessName(Utilities::normalizePath(rule->processName()));
     if (!m_ruleManager->validateRule(*rule))
         return false;

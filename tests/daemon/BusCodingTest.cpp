@@ -41,7 +41,7 @@ TEST(BusCoding, RulesAndAResponseWithItsNestedQueryArriveWhole)
     ASSERT_TRUE(server.registerObject(QStringLiteral("/echo"), &receiver, QDBusConnection::ExportAllSlots));
 
     auto watch = std::make_shared<WatchRule>();
-    watch->path = QStringLiteral("/home/ana/Müsik/");
+    watch->setPath(QStringLiteral("/home/ana/Müsik/"));
     watch->setConstraint(QString());
     watch->setTag(QStringLiteral("backup"));
     auto policy = std::make_shared<PolicyRule>();

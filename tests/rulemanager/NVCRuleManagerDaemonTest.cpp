@@ -21,7 +21,7 @@ PolicyRulePtr allowRule(const QString &path)
     rule->policyClass = 0;
     rule->policyType = 1;
     rule->operations = 3;
-    rule->path = path;
+    rule->setPath(path);
     rule->setProcessName(QStringLiteral("/usr/bin/cat"));
     return rule;
 }
@@ -127,7 +127,7 @@ TEST_F(RuleManagerSave, AuthorizedSavesArePersistedForEveryListenerAndForgedOnes
     EXPECT_TRUE(daemons.userFile().contains("/home/ann/saved"));
     for (const NVCRuleManager *seen : {manager.get(), other.get()}) {
         ASSERT_EQ(seen->userPolicies().size(), 1);
-        EXPECT_EQ(seen->userPolicies().first()->path, QStringLiteral("/home/ann/saved"));
+        EXPECT_EQ(seen->userPolicies().first()->path(), QStringLiteral("/home/ann/saved"));
         // The system rules are read again, not lost, when the daemon's ruleset is merged.
         EXPECT_EQ(seen->compositeIndex().size(), 2);
     }
@@ -158,7 +158,7 @@ TEST_F(RuleManagerSave, NonAdministratorSavesAskNothingAndSurviveDaemonRestartsB
     // Saves one policy rule and one watch rule; the daemon then announces them.
     const auto save = [&] {
         auto watch = std::make_shared<WatchRule>();
-        watch->path = QStringLiteral("/etc/");
+        watch->setPath(QStringLiteral("/etc/"));
         watch->setProcessName(QStringLiteral("any"));
         auto policy = allowRule(QStringLiteral("/home/ann/a"));
         const auto answer = answerOf<QDBusError>(

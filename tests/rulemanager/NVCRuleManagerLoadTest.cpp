@@ -18,7 +18,7 @@ QStringList rulePaths(const RuleManager &manager, bool system)
     QStringList paths;
     for (const RuleBasePtr &rule : manager.compositeIndex())
         if (rule->system == system)
-            paths.append(rule->path);
+            paths.append(rule->path());
     paths.sort();
     return paths;
 }

@@ -23,7 +23,7 @@ QStringList paths(const QList<PolicyRulePtr> &rules)
 {
     QStringList result;
     for (const auto &rule : rules)
-        result.append(rule->path);
+        result.append(rule->path());
     return result;
 }
 
@@ -42,7 +42,7 @@ TEST_F(RuleFileReader, ReadsUserFile)
     ASSERT_TRUE(manager.addFileContents(path, false)) << qPrintable(manager.lastErrorMessage());
     EXPECT_TRUE(manager.lastErrorMessage().isNull());
 
-    const QList<PolicyRulePtr> rules = policiesInReadOrder(manager);
+    QList<PolicyRulePtr> rules = policiesInReadOrder(manager);
     ASSERT_EQ(rules.size(), 5);
     // A blank before ";" makes it an ordinary line, whose unknown words read as invalid values.
     EXPECT_EQ(rules[3]->policyClass, PolicyClass::Invalid);
@@ -51,11 +51,18 @@ TEST_F(RuleFileReader, ReadsUserFile)
     EXPECT_TRUE(manager.filterOptions().isEmpty()) << "set lines of a user file are ignored";
     EXPECT_EQ(manager.ruleSequence(), 8);
 
-    // Rules read together share their storage: one held alone keeps it alive.
-    const PolicyRulePtr kept = rules[4];
+    // Rules read together share their storage: one held alone keeps it alive,
+    // and a path or record copied out owns its text.
+    PolicyRulePtr kept = rules[4];
     const QString keptText = kept->toString();
+    const QString keptPath = kept->path();
+    PolicyRule copy = *kept;
     manager.reset();
+    rules.clear();
     EXPECT_EQ(kept->toString(), keptText);
+    kept.reset();
+    EXPECT_EQ(copy.toString(), keptText);
+    EXPECT_TRUE(keptText.contains(keptPath)) << qPrintable(keptPath);
 }
 
 TEST_F(RuleFileReader, RefusesUnreadableFilesAndKeepsEarlierRules)

@@ -137,7 +137,7 @@ watch prefix "/home/ann/" "any" r
         for (const RuleMatch &match : answer.matches) {
             EXPECT_EQ(manager->ruleAtIndex(match.row.value_or(~0ULL), true), match.rule);
             shown.append(u"%1 %2 %3%4"_s.arg(match.isWatchRule ? u"watch"_s : u"policy"_s,
-                                             match.rule->system ? u"system"_s : u"user"_s, match.rule->path,
+                                             match.rule->system ? u"system"_s : u"user"_s, match.rule->path(),
                                              match.redundant ? u" redundant"_s : QString()));
         }
         return shown;

@@ -61,7 +61,7 @@ TEST(RuleNamingTest, AbsentConstraintAndHomeFolder)
     EXPECT_EQ(RuleManager::applicationPathForRule(*rule), QDir::homePath() + u"/bin/tool"_s);
     EXPECT_EQ(RuleManager::applicationStringForRule(*rule, 7), u"~/bin/tool"_s);
     EXPECT_EQ(RuleManager::pathForRule(*rule), u"Any path"_s);
-    rule->path = u"/etc/hosts"_s;
+    rule->setPath(u"/etc/hosts"_s);
     EXPECT_EQ(RuleManager::pathForRule(*rule), u"/etc/hosts"_s);
     EXPECT_EQ(RuleManager::applicationBundlePathForPath(u"~nosuchuser-xyz/A.app/B"_s),
               u"~nosuchuser-xyz/A.app"_s);

@@ -65,7 +65,7 @@ protected:
     {
         for (const auto &group : manager.policyRulesByApplication()) {
             for (const auto &rule : group) {
-                if (rule->path == path)
+                if (rule->path() == path)
                     return true;
             }
         }

@@ -152,7 +152,7 @@ bool PlainReader::read(QByteArray bytes, bool system, qsizetype &failingLine)
         if (!watch)
             rule->policyClass = RuleManager::policyClassForString(words[0]);
         rule->policyType = RuleManager::policyTypeForString(words[1]);
-        rule->path = words[2];
+        rule->setPath(words[2]);
         rule->setProcessName(words[3]);
         rule->operations = RuleManager::operationsForString(words[4]);
         rule->system = system;

@@ -12,7 +12,7 @@ PolicyRule makePolicy(const QString &path = QStringLiteral("/Users/a/file.txt"))
     rule.policyClass = PolicyClass::Deny;
     rule.policyType = PolicyType::Path;
     rule.operations = Operation::Read | Operation::Write;
-    rule.path = path;
+    rule.setPath(path);
     rule.setProcessName(QStringLiteral("/usr/bin/editor"));
     rule.setConstraint(QStringLiteral("ABCDE12345"));
     return rule;
@@ -48,7 +48,7 @@ TEST(RuleRecords, TextForms)
 
     WatchRule watch;
     watch.policyType = PolicyType::Prefix;
-    watch.path = QStringLiteral("/etc/");
+    watch.setPath(QStringLiteral("/etc/"));
     watch.setProcessName(QStringLiteral("any"));
     watch.operations = Operation::Write | Operation::Create;
     watch.flags = RuleFlag::Sticky;
@@ -170,7 +170,7 @@ TEST(RuleArchive, AbsentTextsAreLeftOutAndComeBackAbsent)
     WatchRule decoded;
     ASSERT_TRUE(decoded.unarchive(archive, nullptr));
     EXPECT_TRUE(decoded.constraint().isNull());
-    EXPECT_TRUE(decoded.path.isNull());
+    EXPECT_TRUE(decoded.path().isNull());
     EXPECT_FALSE(decoded.tag().isNull());
 }
 
@@ -189,7 +189,7 @@ TEST(RuleArchive, RejectsWrongTypesAndLeavesRecordUntouched)
         QString error;
         EXPECT_FALSE(target.unarchive(archive, &error)) << key;
         EXPECT_TRUE(error.contains(QString::fromLatin1(key))) << qPrintable(error);
-        EXPECT_EQ(target.path, "/kept");
+        EXPECT_EQ(target.path(), "/kept");
     }
 }
 

@@ -25,7 +25,7 @@ TEST(RuleValidationTest, AcceptsOnlyWellFormedRules)
         {"plain rule", [](PolicyRule &) {}, true},
         {"absent process, bad class", [](PolicyRule &r) { r.setProcessName(QString()), r.policyClass = 5; },
          false},
-        {"absent path", [](PolicyRule &r) { r.path = QString(); }, false},
+        {"absent path", [](PolicyRule &r) { r.setPath(QString()); }, false},
         {"unknown class", [](PolicyRule &r) { r.policyClass = PolicyClass::Invalid; }, false},
         {"absent constraint", [](PolicyRule &r) { r.setConstraint(QString()); }, true},
         {"nine characters", [](PolicyRule &r) { r.setConstraint(u"ABCDE1234"_s); }, false},

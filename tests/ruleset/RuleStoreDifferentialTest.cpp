@@ -17,7 +17,7 @@ QString describe(const QList<RuleBasePtr> &rules)
 {
     QStringList lines;
     for (const RuleBasePtr &rule : rules)
-        lines.append(rule->processName() + u" | "_s + rule->path + u" | "_s + rule->tag());
+        lines.append(rule->processName() + u" | "_s + rule->path() + u" | "_s + rule->tag());
     return lines.join(u'\n');
 }
 
@@ -130,7 +130,7 @@ TEST(RuleStoreDifferential, ViewsFollowAddsDeletesEditsAndFilters)
                     if (random.bounded(2))
                         rule->setTag(random.tag());
                     else
-                        rule->path = u"/"_s + random.text(12);
+                        rule->setPath(u"/"_s + random.text(12));
                     manager.ruleChangedInPlace();
                 }
                 continue;

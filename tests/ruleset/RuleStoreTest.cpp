@@ -14,7 +14,7 @@ QStringList paths(const QList<RuleBasePtr> &rules)
 {
     QStringList result;
     for (const RuleBasePtr &rule : rules)
-        result.append(rule->path);
+        result.append(rule->path());
     return result;
 }
 
@@ -141,7 +141,7 @@ TEST(RuleSortingTest, TextOrdersAgreeWithQStringCompareOnRandomTexts)
         for (const bool ascending : {true, false}) {
             QList<RuleBasePtr> expected = rows(manager, true);
             const auto text = [&](const RuleBasePtr &rule) {
-                return comparison == Comparison::Compare ? rule->path : rule->path.toCaseFolded();
+                return comparison == Comparison::Compare ? rule->path() : rule->path().toCaseFolded();
             };
             std::stable_sort(expected.begin(), expected.end(), [&](const auto &a, const auto &b) {
                 const int order = text(a).compare(text(b));

@@ -86,7 +86,7 @@ public:
 private:
     bool includes(const NVCRuleBase &rule, bool withTag) const
     {
-        return m_filter.isEmpty() || contains(rule.path, m_filter) ||
+        return m_filter.isEmpty() || contains(rule.path(), m_filter) ||
                contains(rule.processName(), m_filter) || (withTag && contains(rule.tag(), m_filter));
     }
 

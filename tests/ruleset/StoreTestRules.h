@@ -14,7 +14,7 @@ inline PolicyRulePtr policyRule(quint32 policyClass, quint32 policyType, const Q
     auto rule = std::make_shared<PolicyRule>();
     rule->policyClass = policyClass;
     rule->policyType = policyType;
-    rule->path = path;
+    rule->setPath(path);
     rule->setProcessName(processName);
     rule->operations = operations;
     rule->setConstraint(constraint);
@@ -26,7 +26,7 @@ inline WatchRulePtr watchRule(const QString &path, const QString &processName, b
 {
     auto rule = std::make_shared<WatchRule>();
     rule->policyType = PolicyType::Prefix;
-    rule->path = path;
+    rule->setPath(path);
     rule->setProcessName(processName);
     rule->operations = Operation::Read;
     rule->system = system;

@@ -21,7 +21,7 @@ QDBusMessage filterCall(const char *interface, const char *member)
 QList<QVariantMap> oneRule()
 {
     auto rule = std::make_shared<PolicyRule>();
-    rule->path = QStringLiteral("/home/probe/");
+    rule->setPath(QStringLiteral("/home/probe/"));
     rule->setProcessName(QStringLiteral("any"));
     rule->operations = 1;
     return quiven::dbus::archivePolicyRules({rule});

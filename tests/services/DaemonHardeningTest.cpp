@@ -42,7 +42,7 @@ QDBusMessage saveCall(const QList<QVariantMap> &policyRules, const QByteArray &t
 QVariantMap ruleArchive(const QString &path)
 {
     auto rule = std::make_shared<PolicyRule>();
-    rule->path = path;
+    rule->setPath(path);
     rule->setProcessName(QStringLiteral("any"));
     rule->operations = 1;
     return quiven::dbus::archivePolicyRules({rule}).constFirst();

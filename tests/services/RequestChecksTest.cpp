@@ -14,7 +14,7 @@ namespace {
 QList<QVariantMap> policyArchive(const std::function<void(PolicyRule &)> &fill)
 {
     auto rule = std::make_shared<PolicyRule>();
-    rule->path = QStringLiteral("/home/ann/");
+    rule->setPath(QStringLiteral("/home/ann/"));
     rule->setProcessName(QStringLiteral("/usr/bin/vi"));
     fill(*rule);
     return quiven::dbus::archivePolicyRules({rule});
@@ -29,7 +29,7 @@ TEST(RuleAdmission, RefusesLineSeparatorsQuotesAndLongTextsNamingTheField)
     };
     using Setter = std::function<void(PolicyRule &, const QString &)>;
     const std::pair<const char *, Setter> fields[] = {
-        {"path", [](PolicyRule &rule, const QString &text) { rule.path = text; }},
+        {"path", [](PolicyRule &rule, const QString &text) { rule.setPath(text); }},
         {"process", [](PolicyRule &rule, const QString &text) { rule.setProcessName(text); }},
         {"constraint", [](PolicyRule &rule, const QString &text) { rule.setConstraint(text); }},
         {"tag", [](PolicyRule &rule, const QString &text) { rule.setTag(text); }}};
@@ -46,7 +46,7 @@ TEST(RuleAdmission, RefusesLineSeparatorsQuotesAndLongTextsNamingTheField)
         }
     }
     using quiven::filterd::kMaxRuleTextLength;
-    EXPECT_EQ(admit([](PolicyRule &rule) { rule.path = QString(kMaxRuleTextLength, u'a'); }),
+    EXPECT_EQ(admit([](PolicyRule &rule) { rule.setPath(QString(kMaxRuleTextLength, u'a')); }),
               QStringLiteral("admitted"));
     EXPECT_NE(
         admit([](PolicyRule &rule) { rule.setProcessShortName(QString(kMaxRuleTextLength + 1, u'a')); }),

@@ -105,7 +105,7 @@ TEST_F(RuleEditors, PolicyEditorsComposeTheProcessNameWatchEditorsKeepItWhole)
     EXPECT_TRUE(saveAndFind(editor, R"(watch prefix "any" "any" rwc)")) << daemons->userFile().toStdString();
 
     auto watch = std::make_shared<WatchRule>();
-    watch->path = QStringLiteral("/tmp/");
+    watch->setPath(QStringLiteral("/tmp/"));
     watch->setProcessName(QStringLiteral("/usr/bin/cp via /usr/bin/env"));
     watch->operations = 1;
     window->editWatch(watch);
@@ -186,7 +186,7 @@ TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKindAndSystemRulesReadOnly)
         return rule.system && dynamic_cast<const PolicyRule *>(&rule);
     });
     const RuleBasePtr systemRule = model->ruleAtRow(systemRow);
-    const QString systemPath = systemRule->path;
+    const QString systemPath = systemRule->path();
     window->rulesEditorTableView()->selectRow(systemRow);
     window->doubleClickAction();
     QPointer<EditPolicyWindowController> readOnly(window->editPolicyWindowController());
@@ -196,7 +196,7 @@ TEST_F(RuleEditors, TheTableOpensOneEditorOfEachKindAndSystemRulesReadOnly)
     readOnly->form()->pathTextField->setText(QStringLiteral("/changed/"));
     readOnly->saveClicked();
     ASSERT_TRUE(waitUntil([&] { return !readOnly; }));
-    EXPECT_EQ(systemRule->path, systemPath);
+    EXPECT_EQ(systemRule->path(), systemPath);
     EXPECT_FALSE(RulesDirtyFlag::isSet());
 
     const int policyRow = rowWhere(*model, [](const NVCRuleBase &rule) {

@@ -15,7 +15,7 @@ TEST_F(ApplicationFixture, ToolbarFollowsTheLockAndTheSelectionAndDeletesOnlyUse
     RulesTableModel *model = window->model();
     const auto rowWithPath = [&](const char *path) {
         return rowWhere(*model, [&](const NVCRuleBase &rule) {
-            return !rule.system && rule.path == QLatin1String(path);
+            return !rule.system && rule.path() == QLatin1String(path);
         });
     };
     const auto select = [&](const QList<int> &rows) {

@@ -64,7 +64,7 @@ TEST_F(RulesTableModelTest, CellsShowTheRuleAsTheTableDrawsItAndCheckPathsAndPro
     RulesTableModel model(&manager);
     // Watch rules first, then the groups by name: "cp via make" (system), then "sh".
     const int system = 1, groupHead = 2, redundant = 3;
-    ASSERT_EQ(model.ruleAtRow(redundant)->path, QStringLiteral("/usr/share"));
+    ASSERT_EQ(model.ruleAtRow(redundant)->path(), QStringLiteral("/usr/share"));
     EXPECT_EQ(cellText(model, system, RulesTableModel::ApplicationColumn), QStringLiteral("cp via make"));
     EXPECT_EQ(cellText(model, groupHead, RulesTableModel::ApplicationColumn), QStringLiteral("sh"));
     EXPECT_TRUE(cellText(model, redundant, RulesTableModel::ApplicationColumn).isEmpty())

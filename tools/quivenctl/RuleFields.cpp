@@ -96,7 +96,7 @@ RuleBasePtr ruleFromFieldOptions(const QCommandLineParser &parser, QString *erro
     if (!watch)
         rule->policyClass = policyClass;
     rule->policyType = policyType;
-    rule->path = parser.value(kPath);
+    rule->setPath(parser.value(kPath));
     const QString parent = parser.value(kParent);
     rule->setProcessName(parent.isEmpty() ? parser.value(kProcess)
                                           : QStringLiteral("%1 via %2").arg(parser.value(kProcess), parent));

@@ -20,7 +20,7 @@ QJsonObject ruleToJson(const NVCRuleBase &rule)
         {QStringLiteral("kind"), isWatch ? QStringLiteral("watch") : QStringLiteral("policy")},
         {QStringLiteral("policyClass"), qint64(rule.policyClass)},
         {QStringLiteral("policyType"), qint64(rule.policyType)},
-        {QStringLiteral("path"), nullableText(rule.path)},
+        {QStringLiteral("path"), nullableText(rule.path())},
         {QStringLiteral("processName"), nullableText(rule.processName())},
         {QStringLiteral("operations"), qint64(rule.operations)},
         {QStringLiteral("flags"), qint64(rule.flags)},
