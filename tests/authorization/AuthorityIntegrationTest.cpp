@@ -7,7 +7,6 @@
 #include "ProbeRunner.h"
 #include "WaitUntil.h"
 
-#include <QDBusMessage>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -42,12 +41,6 @@ TEST(Authority, TokensLiveAsTheirHoldersSayAndBelongToTheUserWhoAskedForThem)
     EXPECT_EQ(verifier->verify(external, QStringLiteral("system.privilege.other")).status,
               errAuthorizationInvalidSet);
 
-    // Raw requests that the client library would never send.
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("com.norvalis.nrauthd"), QStringLiteral("/com/norvalis/nrauthd"),
-        QStringLiteral("com.norvalis.NVCAuthorityProtocol"), QStringLiteral("Verify"));
-    call << QVariant(external.left(31)) << QStringLiteral("system.privilege.admin");
-    EXPECT_EQ(connection.call(call).arguments().value(0).toInt(), errAuthorizationInvalidRef);
     AuthorizationRef none;
     EXPECT_EQ(utility->create(&none, QString(), 0x100), errAuthorizationInvalidFlags);
     EXPECT_FALSE(none);
@@ -66,9 +59,6 @@ TEST(Authority, TokensLiveAsTheirHoldersSayAndBelongToTheUserWhoAskedForThem)
     EXPECT_FALSE(utility->isValid(copy));
     EXPECT_EQ(verifier->verify(external).status, errAuthorizationInvalidRef);
     EXPECT_NE(utility->update(copy, QStringLiteral("Again")), errAuthorizationSuccess);
-    std::optional<NVCAuthError> error;
-    weak->checkWithReply([&](bool, const std::optional<NVCAuthError> &e) { error = e; });
-    EXPECT_EQ(error->code, 102);
 
     // The actor reuses an administrator authorization until it lapses.
     NVCAuthorizationActor actor(NVCAuthorizationActor::AdministratorAuthorization, QStringLiteral("Reason"),
