@@ -2,6 +2,7 @@
 #include "BuildPaths.h"
 #include "ProbeRunner.h"
 #include "StandInProcess.h"
+#include "TestFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,17 +37,13 @@ std::unique_ptr<StandInProcess> startPolkit(const PrivateSystemBus &bus, const Q
 // The product's action file, every default replaced by `answer` unless it is empty.
 bool writeAction(const QString &dir, const QString &answer)
 {
-    QFile source(sourceFile(QStringLiteral("dbus/com.norvalis.quiven.policy")));
-    QFile target(QDir(dir).filePath(QStringLiteral("com.norvalis.quiven.policy")));
-    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly))
-        return false;
-    QString text = QString::fromUtf8(source.readAll());
+    QString text = QString::fromUtf8(readFile(sourceFile(QStringLiteral("dbus/com.norvalis.quiven.policy"))));
     if (!answer.isEmpty())
         text.replace(QRegularExpression(QStringLiteral("(<allow_[a-z]+>)[^<]*")),
                      QStringLiteral("\\1") + answer);
-    const QByteArray bytes = text.toUtf8();
     // polkitd reads the folder after dropping to its own user.
-    return target.write(bytes) == bytes.size() &&
+    return text.contains(QStringLiteral("<action")) &&
+           writeFile(QDir(dir).filePath(QStringLiteral("com.norvalis.quiven.policy")), text.toUtf8()) &&
            QFile::setPermissions(dir, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                           QFile::ReadOther | QFile::ExeOther | QFile::ReadGroup |
                                           QFile::ExeGroup);
@@ -59,8 +56,8 @@ struct PolkitStack
     explicit PolkitStack(const QString &answer)
     {
         ready = writeAction(actions.path(), answer) &&
-                QFile(shared.filePath(QStringLiteral("failsafe.rc"))).open(QIODevice::WriteOnly) &&
-                bus.isRunning() && bus.allowOtherUsers();
+                writeFile(shared.filePath(QStringLiteral("failsafe.rc")), {}) && bus.isRunning() &&
+                bus.allowOtherUsers();
         if (::geteuid() != 0 || !QFile::exists(kPolkitd))
             skipReason = "needs root (for a private mount namespace) and polkitd";
         else if (ready && !(polkit = startPolkit(bus, actions.path())))
