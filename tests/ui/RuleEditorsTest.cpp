@@ -26,15 +26,13 @@ void clickButton(QMessageBox *box, const QString &text)
     }
 }
 
-QMessageBox *invalidInputWarning(QWidget *editor)
+// The editor's warning of that name, once it shows.
+QMessageBox *warning(QWidget *editor, const QString &name = QStringLiteral("invalidInputWarning"))
 {
     QMessageBox *found = nullptr;
-    waitUntil(
-        [&] { return (found = editor->findChild<QMessageBox *>(QStringLiteral("invalidInputWarning"))); });
+    waitUntil([&] { return (found = editor->findChild<QMessageBox *>(name)); });
     return found;
 }
-
-// Every control a screen reader user meets has a name and takes keyboard focus.
 
 } // namespace
 
@@ -112,9 +110,9 @@ TEST_F(RuleEditors, PolicyEditorsComposeTheProcessNameWatchEditorsKeepItWhole)
     editor = window->editWatchWindowController();
     editor->saveClicked();
     // No file has that name, so the editor asks first.
-    QMessageBox *warning = invalidInputWarning(editor);
-    ASSERT_TRUE(warning);
-    clickButton(warning, QStringLiteral("Proceed anyway"));
+    QMessageBox *invalid = warning(editor);
+    ASSERT_TRUE(invalid);
+    clickButton(invalid, QStringLiteral("Proceed anyway"));
     EXPECT_TRUE(waitUntil([&] {
         return daemons->userFile().contains(R"(watch prefix "/tmp/" "/usr/bin/cp via /usr/bin/env" r)");
     })) << daemons->userFile().toStdString();
@@ -138,27 +136,25 @@ TEST_F(RuleEditors, TypingChoosesTheTypeAndInvalidInputIsSavedOnlyWhenTheUserPro
     const QByteArray before = daemons->userFile();
     form->pathTextField->setText(QStringLiteral("/tmp/\" \"/usr/bin/evil"));
     editor->saveClicked();
-    QMessageBox *unwritable = nullptr;
-    ASSERT_TRUE(waitUntil([&] {
-        return (unwritable = editor->findChild<QMessageBox *>(QStringLiteral("unwritableFieldWarning")));
-    }));
+    QMessageBox *unwritable = warning(editor, QStringLiteral("unwritableFieldWarning"));
+    ASSERT_TRUE(unwritable);
     EXPECT_TRUE(unwritable->text().contains(QStringLiteral("path")));
     unwritable->accept();
     EXPECT_EQ(daemons->userFile(), before);
 
     form->pathTextField->setText(QStringLiteral("/no/such/folder/"));
     editor->saveClicked();
-    QMessageBox *warning = invalidInputWarning(editor);
-    ASSERT_TRUE(warning);
-    clickButton(warning, QStringLiteral("Cancel"));
+    QMessageBox *invalid = warning(editor);
+    ASSERT_TRUE(invalid);
+    clickButton(invalid, QStringLiteral("Cancel"));
     ASSERT_TRUE(
         waitUntil([&] { return !editor->findChild<QMessageBox *>(QStringLiteral("invalidInputWarning")); }));
     EXPECT_TRUE(open && editor->isVisible());
     EXPECT_EQ(daemons->userFile(), before);
     editor->saveClicked();
-    warning = invalidInputWarning(editor);
-    ASSERT_TRUE(warning);
-    clickButton(warning, QStringLiteral("Proceed anyway"));
+    invalid = warning(editor);
+    ASSERT_TRUE(invalid);
+    clickButton(invalid, QStringLiteral("Proceed anyway"));
     EXPECT_TRUE(waitUntil([&] {
         return daemons->userFile().contains(R"("/no/such/folder/" "/usr/bin/cp")");
     })) << daemons->userFile().toStdString();
@@ -262,5 +258,3 @@ TEST_F(LockedRuleEditors, ASaveTheAuthorityRefusesChangesNothing)
     EXPECT_EQ(daemons->userFile(), before);
     EXPECT_FALSE(RulesDirtyFlag::isSet());
 }
-
-// Every control a screen reader user meets has a name and takes keyboard focus.
