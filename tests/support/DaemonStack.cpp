@@ -125,30 +125,28 @@ bool DaemonStack::startAuthority(const QString &authAnswer)
 
 bool DaemonStack::startSettingsd()
 {
-    if (!m_bus.isRunning())
-        return false;
-    if (!m_settingsd) {
-        QStringList arguments{QStringLiteral("--state-dir"), path(QStringLiteral("state"))};
-        if (m_checks == Checks::InsecureDev)
-            arguments.prepend(QStringLiteral("--insecure-dev"));
-        m_settingsd = std::make_unique<StandInProcess>(
-            builtBinary(QStringLiteral("services/settingsd/quiven-settingsd")), arguments, environment());
-    }
-    return m_settingsd->start(m_bus, QStringLiteral("com.norvalis.nrsettingsd"));
+    return startDaemon(m_settingsd, QStringLiteral("services/settingsd/quiven-settingsd"),
+                       {QStringLiteral("--state-dir"), path(QStringLiteral("state"))},
+                       QStringLiteral("com.norvalis.nrsettingsd"));
 }
 
 bool DaemonStack::startFilterd()
 {
+    return startDaemon(m_filterd, QStringLiteral("services/filterd/quiven-filterd"), {},
+                       QStringLiteral("com.norvalis.nrquivend"));
+}
+
+bool DaemonStack::startDaemon(std::unique_ptr<StandInProcess> &daemon, const QString &binary,
+                              QStringList arguments, const QString &busName)
+{
     if (!m_bus.isRunning())
         return false;
-    if (!m_filterd) {
-        QStringList arguments;
+    if (!daemon) {
         if (m_checks == Checks::InsecureDev)
-            arguments << QStringLiteral("--insecure-dev");
-        m_filterd = std::make_unique<StandInProcess>(
-            builtBinary(QStringLiteral("services/filterd/quiven-filterd")), arguments, environment());
+            arguments.prepend(QStringLiteral("--insecure-dev"));
+        daemon = std::make_unique<StandInProcess>(builtBinary(binary), arguments, environment());
     }
-    return m_filterd->start(m_bus, QStringLiteral("com.norvalis.nrquivend"));
+    return daemon->start(m_bus, busName);
 }
 
 QString DaemonStack::failureText() const

@@ -61,6 +61,9 @@ public:
 
 private:
     QString path(const QString &relative) const;
+    // Makes the daemon's process at its first start; later starts reuse its arguments.
+    bool startDaemon(std::unique_ptr<StandInProcess> &daemon, const QString &binary, QStringList arguments,
+                     const QString &busName);
 
     Checks m_checks;
     std::optional<QByteArray> m_previousSystemFolder;

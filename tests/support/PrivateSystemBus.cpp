@@ -8,15 +8,6 @@
 #include <QFile>
 #include <QThread>
 
-namespace {
-
-QString escapeXml(const QString &text)
-{
-    return text.toHtmlEscaped();
-}
-
-} // namespace
-
 QStringList PrivateSystemBus::productPolicyFiles()
 {
     const QDir dir(quiven::test::sourceFile(QStringLiteral("dbus")));
@@ -33,9 +24,9 @@ QString PrivateSystemBus::configText(const QString &listenAddress, const QString
         return {};
     QString includes;
     for (const QString &file : policyFiles)
-        includes += QStringLiteral("  <include>") + escapeXml(file) + QStringLiteral("</include>\n");
+        includes += QStringLiteral("  <include>") + file.toHtmlEscaped() + QStringLiteral("</include>\n");
     return QString::fromUtf8(templateFile.readAll())
-        .replace(QStringLiteral("@QUIVEN_LISTEN@"), escapeXml(listenAddress))
+        .replace(QStringLiteral("@QUIVEN_LISTEN@"), listenAddress.toHtmlEscaped())
         .replace(QStringLiteral("@QUIVEN_POLICY_INCLUDES@"), includes);
 }
 
