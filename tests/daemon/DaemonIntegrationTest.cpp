@@ -6,7 +6,6 @@
 #include "NVCAuthorizationHolder.h"
 #include "NVCQUIVENRuleClient.h"
 #include "NVCSettingsPrivilegedClient.h"
-#include "RoundTrip.h"
 #include "WaitUntil.h"
 
 #include <QDBusMessage>

@@ -97,11 +97,12 @@ TEST_F(DaemonHardening, UnauthorizedMalformedOrForgedCallsGetTypedErrorsAndChang
 {
     const QByteArray granted = token();
     const QString rootsToken = QString::fromLatin1(granted.toHex());
-    EXPECT_EQ(asStranger({QStringLiteral("save"), rootsToken}), kNotAuthorized);
-    EXPECT_EQ(asStranger({QStringLiteral("ruleset"), QStringLiteral("1"), rootsToken}), kNotAuthorized);
-    // Outside the active session: no reload, agent or suggestion log.
-    for (const char *call : {"reload", "register", "delete-failsafe"})
-        EXPECT_EQ(asStranger({QString::fromLatin1(call)}), kNotAuthorized) << call;
+    // Another user's token is worthless, and outside the active session there is no reload, agent or
+    // suggestion log.
+    for (const QStringList &call :
+         {QStringList{"save", rootsToken}, QStringList{"ruleset", "1", rootsToken}, QStringList{"reload"},
+          QStringList{"register"}, QStringList{"delete-failsafe"}})
+        EXPECT_EQ(asStranger(call), kNotAuthorized) << call.join(u' ').toStdString();
 
     NVCAuthorization authorization(connection);
     AuthorizationRef revoked;

@@ -4,7 +4,6 @@
 #include "RulesTableModel.h"
 #include "TestFiles.h"
 
-#include <QTableView>
 #include <QTemporaryDir>
 
 class SuggestionImport : public ApplicationFixture
