@@ -8,7 +8,9 @@
 #include <QFile>
 #include <QThread>
 
-QStringList PrivateSystemBus::productPolicyFiles()
+namespace {
+
+QStringList productPolicyFiles()
 {
     const QDir dir(quiven::test::sourceFile(QStringLiteral("dbus")));
     QStringList files;
@@ -17,7 +19,8 @@ QStringList PrivateSystemBus::productPolicyFiles()
     return files;
 }
 
-QString PrivateSystemBus::configText(const QString &listenAddress, const QStringList &policyFiles)
+// The bus configuration for the given listen address, from the template the demo script fills in too.
+QString configText(const QString &listenAddress, const QStringList &policyFiles)
 {
     QFile templateFile(quiven::test::sourceFile(QStringLiteral("dbus/private-system-bus.conf.in")));
     if (!templateFile.open(QIODevice::ReadOnly))
@@ -29,6 +32,8 @@ QString PrivateSystemBus::configText(const QString &listenAddress, const QString
         .replace(QStringLiteral("@QUIVEN_LISTEN@"), listenAddress.toHtmlEscaped())
         .replace(QStringLiteral("@QUIVEN_POLICY_INCLUDES@"), includes);
 }
+
+} // namespace
 
 PrivateSystemBus::PrivateSystemBus(const QStringList &extraPolicyFiles)
 {

@@ -31,11 +31,6 @@ public:
     // The environment a child process needs to find this bus as its system bus.
     QProcessEnvironment environment() const;
 
-    // Writes the bus configuration for the given listen address; also used by
-    // the demo script through the same template.
-    static QString configText(const QString &listenAddress, const QStringList &policyFiles);
-    static QStringList productPolicyFiles();
-
 private:
     bool waitForNameState(const QString &name, bool wanted, int timeoutMs) const;
 
