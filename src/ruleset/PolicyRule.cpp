@@ -12,7 +12,11 @@ constexpr qint64 kSecondsPerDay = 86400;
 }
 
 PolicyRule::PolicyRule()
-    : initialized(quint32(QDateTime::currentSecsSinceEpoch()))
+    : PolicyRule(quint32(QDateTime::currentSecsSinceEpoch()))
+{}
+
+PolicyRule::PolicyRule(quint32 initialized)
+    : initialized(initialized)
 {}
 
 QString PolicyRule::toString() const

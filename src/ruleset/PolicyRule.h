@@ -6,6 +6,8 @@ class PolicyRule : public NVCRuleBase
 {
 public:
     PolicyRule();
+    // Built at `initialized` (seconds since 1970), for records made many at a time.
+    explicit PolicyRule(quint32 initialized);
 
     // Seconds since 1970 when the record was built. 32 bits fit the padding
     // after the base's fields: a ruleset holds millions of records.

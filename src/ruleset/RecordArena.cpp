@@ -1,5 +1,6 @@
 #include "RecordArena.h"
 
+#include <QDateTime>
 #include <algorithm>
 #include <cstddef>
 #include <new>
@@ -30,7 +31,7 @@ public:
         }
     }
 
-    Record *emplace()
+    template <typename... Arguments> Record *emplace(Arguments... arguments)
     {
         if (m_blocks.empty() || m_usedInLast == m_blocks.back().capacity) {
             const std::size_t capacity = m_blocks.empty()
@@ -41,7 +42,7 @@ public:
                 {::operator new(capacity * sizeof(Record), std::align_val_t(alignof(Record))), capacity});
             m_usedInLast = 0;
         }
-        Record *record = new (m_blocks.back().records() + m_usedInLast) Record();
+        Record *record = new (m_blocks.back().records() + m_usedInLast) Record(arguments...);
         ++m_usedInLast;
         return record;
     }
@@ -90,6 +91,7 @@ struct RecordArena::Blocks
     RecordBlocks<PolicyRule> policies;
     RecordBlocks<WatchRule> watches;
     TextBlocks texts;
+    quint32 builtAt = quint32(QDateTime::currentSecsSinceEpoch());
 };
 
 RecordArena::RecordArena()
@@ -100,7 +102,7 @@ RecordArena::~RecordArena() = default;
 
 PolicyRulePtr RecordArena::newPolicyRule()
 {
-    return PolicyRulePtr(m_blocks, m_blocks->policies.emplace());
+    return PolicyRulePtr(m_blocks, m_blocks->policies.emplace(m_blocks->builtAt));
 }
 
 WatchRulePtr RecordArena::newWatchRule()

@@ -11,7 +11,8 @@
 // The records of one read, placed side by side in large blocks instead of one
 // heap block each: a ruleset holds millions. Every record handed out shares
 // one owner, so the blocks live until the last of them is released, and a
-// record dropped early keeps its place until then.
+// record dropped early keeps its place until then. Records count as built when
+// the arena was made: asking the clock for each one costs more than reading it.
 class RecordArena
 {
 public:
