@@ -9,9 +9,11 @@
 
 namespace {
 
+// Compared unit by unit here: the library's comparison is a call for every rule.
 bool isWholeScopePath(QStringView path)
 {
-    return !path.isNull() && (path.isEmpty() || path == QLatin1StringView("any"));
+    return !path.isNull() &&
+           (path.isEmpty() || (path.size() == 3 && path[0] == u'a' && path[1] == u'n' && path[2] == u'y'));
 }
 
 quint8 lowMask(quint32 operations)
@@ -75,8 +77,10 @@ bool RedundancyIndex::covers(const PolicyRule &covering, const PolicyRule &rule)
         return false;
     if (isWholeScopePath(covering.pathView()))
         return true;
-    return covering.policyType == PolicyType::Prefix && !rule.pathView().isNull() &&
-           rule.pathView().startsWith(covering.pathView());
+    const QStringView path = rule.pathView();
+    const QStringView prefix = covering.pathView();
+    return covering.policyType == PolicyType::Prefix && !path.isNull() && prefix.size() <= path.size() &&
+           sameUnits(path.first(prefix.size()), prefix);
 }
 
 bool RedundancyIndex::scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
