@@ -23,7 +23,17 @@ public:
     quint32 flags = 0;
     qint64 created = 0;
     qint64 sequence = 0;
-    // With the shared texts, last: a derived record's small fields fill the padding after them.
+
+private:
+    // Before `system`, so that it and a derived record's small fields share
+    // the last eight bytes: a ruleset holds millions of records.
+    RecordPath m_path;
+    SharedText m_processName;
+    SharedText m_tag;
+    SharedText m_constraint;
+    SharedText m_processShortName;
+
+public:
     bool system = false;
 
     QString path() const { return m_path.text(); }
@@ -75,13 +85,6 @@ public:
 
 protected:
     bool fieldsEqual(const NVCRuleBase &other, bool comparePathsAsDirectories) const;
-
-private:
-    RecordPath m_path;
-    SharedText m_processName;
-    SharedText m_tag;
-    SharedText m_constraint;
-    SharedText m_processShortName;
 };
 
 using RuleBasePtr = std::shared_ptr<NVCRuleBase>;

@@ -11,6 +11,9 @@ namespace {
 constexpr qint64 kSecondsPerDay = 86400;
 }
 
+// A ruleset holds millions of records: a field added or moved should not widen them unnoticed.
+static_assert(sizeof(void *) != 8 || sizeof(PolicyRule) == 88);
+
 PolicyRule::PolicyRule()
     : PolicyRule(quint32(QDateTime::currentSecsSinceEpoch()))
 {}
