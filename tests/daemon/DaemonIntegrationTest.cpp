@@ -207,14 +207,11 @@ TEST_F(DaemonIntegration, CallsFromAWorkerThreadAnswerWatchAndFailOnTheOwnerThre
 {
     LogCapture log;
     NVCSettingsClient settings(connection, NVCNamespace(QString()));
-    std::optional<QThread *> replyThread;
     // A thread without an event loop, gone before the answer comes, makes the link.
-    std::thread([&] {
-        settings.getSystemSettingsWithReply(
-            [&](const QVariantMap &, const QDBusError &) { replyThread = QThread::currentThread(); });
-    }).join();
-    ASSERT_TRUE(waitUntil([&] { return replyThread.has_value(); }));
-    EXPECT_EQ(*replyThread, QThread::currentThread());
+    const auto reply =
+        answerOfWorkerCall<QVariantMap>([&](auto answer) { settings.getSystemSettingsWithReply(answer); });
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->second, QThread::currentThread());
     daemons.settingsd().kill9();
     EXPECT_TRUE(waitUntil([&] { return !settings.isConnected(); })) << "the daemon's exit went unnoticed";
 
@@ -232,17 +229,12 @@ TEST_F(DaemonIntegration, CallsFromAWorkerThreadAnswerWatchAndFailOnTheOwnerThre
     ASSERT_TRUE(waitUntil([&] { return handled == 1 && !client.isConnected(); }));
     const int burndown = client.trySubscribeBurndown();
 
-    std::optional<qint64> status;
-    QThread *statusThread = nullptr;
-    std::thread([&] {
-        client.getQUIVENFilterStatusWithCallback([&](qint64 value) {
-            statusThread = QThread::currentThread();
-            status = value;
-        });
-    }).join();
-    ASSERT_TRUE(waitUntil([&] { return status.has_value() && handled == 2; }));
-    EXPECT_EQ(*status, 0);
-    EXPECT_EQ(statusThread, QThread::currentThread());
+    const auto status =
+        answerOfWorkerCall<qint64>([&](auto answer) { client.getQUIVENFilterStatusWithCallback(answer); });
+    ASSERT_TRUE(status);
+    ASSERT_TRUE(waitUntil([&] { return handled == 2; }));
+    EXPECT_EQ(status->first, 0);
+    EXPECT_EQ(status->second, QThread::currentThread());
     EXPECT_EQ(handledElsewhere, 0);
     // The retry was scheduled, on a timer of the owner thread.
     EXPECT_EQ(client.trySubscribeBurndown(), burndown - 1);

@@ -253,17 +253,11 @@ TEST_F(RuleManagerSave, WorkerThreadCallsOfTheWindowsAnswerOnTheOwnerThread)
     QThread *const owner = QThread::currentThread();
 
     NVCRuleManager windows(connection, NVCNamespace(QString()));
-    std::optional<bool> loaded;
-    QThread *loadThread = nullptr;
-    std::thread([&] {
-        windows.reloadCurrentUserConfigurationWithCallback([&](bool ok) {
-            loadThread = QThread::currentThread();
-            loaded = ok;
-        });
-    }).join();
-    ASSERT_TRUE(waitUntil([&] { return loaded.has_value(); }));
-    EXPECT_TRUE(*loaded);
-    EXPECT_EQ(loadThread, owner);
+    const auto loaded = answerOfWorkerCall<bool>(
+        [&](auto answer) { windows.reloadCurrentUserConfigurationWithCallback(answer); });
+    ASSERT_TRUE(loaded);
+    EXPECT_TRUE(loaded->first);
+    EXPECT_EQ(loaded->second, owner);
     EXPECT_EQ(windows.compositeIndex().size(), 1);
 
     // Without an authorization form the setters ask the authority themselves, blocking the worker.

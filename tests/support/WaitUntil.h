@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <thread>
+#include <utility>
 
 // Runs the event loop until the condition holds or the time is up.
 inline bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 5000)
@@ -26,6 +28,21 @@ template <typename Value, typename Call> std::optional<Value> answerOf(Call &&ca
 {
     const auto answer = std::make_shared<std::optional<Value>>();
     call([answer](Value value, auto &&...) { *answer = std::move(value); });
+    waitUntil([&] { return answer->has_value(); }, timeoutMs);
+    return *answer;
+}
+
+// The same for a call made from a worker thread that is gone before the
+// answer comes, with the thread the answer came on.
+template <typename Value, typename Call>
+std::optional<std::pair<Value, QThread *>> answerOfWorkerCall(Call &&call, int timeoutMs = 5000)
+{
+    const auto answer = std::make_shared<std::optional<std::pair<Value, QThread *>>>();
+    std::thread([&] {
+        call([answer](Value value, auto &&...) {
+            *answer = std::pair(std::move(value), QThread::currentThread());
+        });
+    }).join();
     waitUntil([&] { return answer->has_value(); }, timeoutMs);
     return *answer;
 }
