@@ -80,25 +80,6 @@ TEST_F(RuleStoreTest, DeferredChangesShowOnlyAfterRebuild)
               (QStringList{u"/w/sys"_s, u"/w/user"_s, u"/l/sys"_s, u"/l/user"_s, u"/z/1"_s, u"/new"_s}));
 }
 
-TEST_F(RuleStoreTest, SortOrderSurvivesRebuildsAndKeepsTiesStable)
-{
-    using Comparison = RuleSortDescriptor::Comparison;
-    manager.sortIndexUsingDescriptors({{u"policyClass"_s, false, Comparison::Compare},
-                                       {u"path"_s, true, Comparison::CaseInsensitiveCompare}});
-    EXPECT_EQ(paths(rows(manager, true)),
-              (QStringList{u"/l/sys"_s, u"/u/1"_s, u"/l/user"_s, u"/w/sys"_s, u"/w/user"_s, u"/z/1"_s}));
-    EXPECT_EQ(paths(rows(manager, false)), (QStringList{u"/u/1"_s, u"/l/user"_s, u"/w/user"_s, u"/z/1"_s}));
-
-    manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Path, u"/a"_s, u"/bin/zeta"_s, 1));
-    EXPECT_EQ(paths(rows(manager, true)).first(), u"/a"_s);
-
-    // Equal keys keep the unsorted view order.
-    manager.sortIndexUsingDescriptors({{u"operations"_s, true, Comparison::Compare}});
-    manager.rebuildRulesCache();
-    EXPECT_EQ(paths(rows(manager, true)), (QStringList{u"/w/sys"_s, u"/w/user"_s, u"/u/1"_s, u"/l/sys"_s,
-                                                       u"/l/user"_s, u"/z/1"_s, u"/a"_s}));
-}
-
 TEST(RuleSortingTest, ComparisonsOrderTextsAsTheTableExpects)
 {
     using Comparison = RuleSortDescriptor::Comparison;
