@@ -1,10 +1,10 @@
 #include "RuleManager.h"
+#include "RulesetFolders.h"
 #include "StoreTestRules.h"
 
 #include <QFile>
 #include <QRandomGenerator>
 #include <QStringEncoder>
-#include <QTemporaryDir>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <limits>
@@ -29,12 +29,11 @@ mode_t modeOf(const QString &path)
     return info.st_mode & 07777;
 }
 
-class RuleFileWriterTest : public ::testing::Test
+class RuleFileWriterTest : public RulesetFolders
 {
 protected:
-    QTemporaryDir dir;
     RuleManager manager;
-    QString path() const { return dir.filePath(u"out.rc"_s); }
+    QString path() const { return scratchFile(u"out.rc"_s); }
 };
 
 TEST_F(RuleFileWriterTest, SystemOnlyStoreWritesAnEmptyFile)
@@ -101,12 +100,8 @@ TEST_F(RuleFileWriterTest, LinesAreEachRecordsTextInUtf8)
 
 TEST_F(RuleFileWriterTest, OpenFailuresLeaveTargetsUntouched)
 {
-    const QString target = dir.filePath(u"target"_s);
-    {
-        QFile file(target);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("keep me\n");
-    }
+    const QString target = scratchFile(u"target"_s);
+    write(target, "keep me\n");
     ASSERT_TRUE(QFile::link(target, path()));
     manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Path, u"/x"_s, u"any"_s, 1));
 
@@ -170,11 +165,9 @@ TEST_F(RuleFileWriterTest, SelectionWritesGivenRulesAndSkipsUnrenderable)
 
 TEST_F(RuleFileWriterTest, CurrentUserConfigurationIsPrivateToTheGroup)
 {
-    qputenv("QUIVEN_SHARED_DIR", QFile::encodeName(dir.path() + u'/'));
     manager.addPolicyRule(policyRule(PolicyClass::Deny, PolicyType::Path, u"/x"_s, u"any"_s, 1));
     manager.writeToCurrentUserConfiguration();
-    qunsetenv("QUIVEN_SHARED_DIR");
-    const QString written = dir.filePath(u"local.quiven.rc"_s);
+    const QString written = sharedFile(u"local.quiven.rc"_s);
     EXPECT_EQ(modeOf(written), mode_t(0640));
     EXPECT_EQ(contents(written).count('\n'), 1);
 }
