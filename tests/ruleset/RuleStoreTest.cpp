@@ -69,15 +69,15 @@ TEST_F(RuleStoreTest, DeleteAnswersWhetherTheRuleIsStillStored)
     EXPECT_EQ(manager.totalRules(true), 4u);
 }
 
+// The views after the rebuild are compared in RuleStoreDifferential, whose
+// full rebuilds are made of deferred changes.
 TEST_F(RuleStoreTest, DeferredChangesShowOnlyAfterRebuild)
 {
-    auto added = policyRule(PolicyClass::Allow, PolicyType::Path, u"/new"_s, u"/bin/zeta"_s, 1);
-    manager.addPolicyRule(added, false);
+    manager.addPolicyRule(policyRule(PolicyClass::Allow, PolicyType::Path, u"/new"_s, u"/bin/zeta"_s, 1),
+                          false);
     manager.deletePolicyRule(upper, false);
-    EXPECT_TRUE(paths(rows(manager, true)).contains(u"/u/1"_s));
-    manager.rebuildRulesCache();
     EXPECT_EQ(paths(rows(manager, true)),
-              (QStringList{u"/w/sys"_s, u"/w/user"_s, u"/l/sys"_s, u"/l/user"_s, u"/z/1"_s, u"/new"_s}));
+              (QStringList{u"/w/sys"_s, u"/w/user"_s, u"/u/1"_s, u"/l/sys"_s, u"/l/user"_s, u"/z/1"_s}));
 }
 
 // Plain and folded orders are compared with Qt's in TextOrdersAgreeWithQStringCompareOnRandomTexts.
