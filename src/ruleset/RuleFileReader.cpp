@@ -68,16 +68,17 @@ bool mergeIntoFailsafeGroup(QList<PolicyRulePtr> &group, PolicyRule &rule)
         if (member->isEqualTo(rule))
             return true;
     }
-    if (rule.path().startsWith(u':'))
+    if (rule.pathView().startsWith(u':'))
         return false;
     bool duplicate = false;
     for (const PolicyRulePtr &member : group) {
         if (!member->isEqualToRuleWithPrefix(rule))
             continue;
         duplicate = true;
-        const QString directory = RuleText::directoryOfPath(member->path());
-        if (directory == RuleText::directoryOfPath(rule.path()) && directory != member->path() &&
-            member->path() != rule.path()) {
+        const QString memberPath = member->path();
+        const QString directory = RuleText::directoryOfPath(memberPath);
+        if (directory == RuleText::directoryOfPath(rule.path()) && directory != memberPath &&
+            memberPath != rule.pathView()) {
             member->setPath(directory);
             rule.setPath(directory);
         }
@@ -193,7 +194,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
 
         auto rule = std::static_pointer_cast<PolicyRule>(entry.rule);
         rule->sequence = m_ruleSequence++;
-        if ((rule->flags & RuleFlag::TeamID) && rule->path() == u"/Users/")
+        if ((rule->flags & RuleFlag::TeamID) && rule->pathView() == u"/Users/")
             m_teamIDsWhitelist.insert(rule->constraint());
         ReadState::Group &group = state.groupFor(*rule);
         qCDebug(lcRuleManagement,

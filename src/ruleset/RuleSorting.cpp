@@ -136,8 +136,8 @@ public:
         texts.reserve(std::size_t(rows.size()));
         constexpr qsizetype distance = 8;
         for (qsizetype i = 0; i < rows.size(); ++i) {
-            // The rows lie scattered over the heap: their records, and paths
-            // (the usual key and each its own block), are asked for a few rows ahead.
+            // The rows are visited in view order, not in the order their records
+            // and paths lie in memory: those lines are asked for a few rows ahead.
             if (i + distance < rows.size() && rows[i + distance])
                 prefetchRuleData(rows[i + distance].get());
             if (field == Field::Path && i + distance / 2 < rows.size() && rows[i + distance / 2])

@@ -99,7 +99,7 @@ void EditPolicyWindowController::updatePolicyEditor()
     const PolicyRule &rule = *m_policyRule;
     qCDebug(lcEditPolicyWindowController).noquote() << "-[EditPolicyWindowController updatePolicyEditor] path"
                                                     << rule.path() << "process" << rule.processName();
-    const QString path = rule.path().isNull() ? QString() : rule.path();
+    const QString path = rule.path();
     const QString process = NVCEditPolicyUI::getProcess(rule.processName());
     const QString parent = NVCEditPolicyUI::getParent(rule.processName());
 

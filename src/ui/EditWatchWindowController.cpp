@@ -88,8 +88,7 @@ void EditWatchWindowController::updateWatchEditor()
         field->setEnabled(!any);
     };
     fill(ui->processNameTextField, ui->anyApplicationCheckbox, rule.processName(), tr("Any application"));
-    fill(ui->pathTextField, ui->anyPathCheckbox, rule.path().isNull() ? QString() : rule.path(),
-         tr("Any path"));
+    fill(ui->pathTextField, ui->anyPathCheckbox, rule.path(), tr("Any path"));
     ui->watchTypePopUp->setCurrentIndex(int(rule.policyType));
     NVCEditPolicyUI::setOperationBoxes(operationBoxes(), rule.operations, m_mountSupported);
 
