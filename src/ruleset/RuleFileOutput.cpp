@@ -98,20 +98,16 @@ bool RuleFileOutput::finish()
 
 void RuleFileOutput::hand(Batch &batch)
 {
-    const auto emptied = [&batch] {
-        batch.bytes.resize(0);
-        batch.lineEnds.clear();
-    };
     if (!m_writer.joinable()) {
         if (m_fd >= 0)
             writeBatch(batch);
-        emptied();
+        batch.clear();
         return;
     }
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return m_queued.size() < kMostQueued || (m_openDone && m_fd < 0); });
     if (m_openDone && m_fd < 0) {
-        emptied();
+        batch.clear();
         return;
     }
     m_queued.push_back(std::move(batch));
@@ -138,8 +134,7 @@ void RuleFileOutput::writeQueued(std::stop_token stop)
         lock.unlock();
         if (m_fd >= 0)
             writeBatch(batch);
-        batch.bytes.resize(0);
-        batch.lineEnds.clear();
+        batch.clear();
         lock.lock();
         m_spare.push_back(std::move(batch));
     }

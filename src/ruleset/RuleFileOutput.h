@@ -43,6 +43,13 @@ private:
     {
         QByteArray bytes;
         std::vector<qsizetype> lineEnds;
+
+        // Empty again, keeping the capacity for the next lines.
+        void clear()
+        {
+            bytes.resize(0);
+            lineEnds.clear();
+        }
     };
 
     void open();
