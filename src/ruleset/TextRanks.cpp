@@ -55,10 +55,6 @@ void sortFromDepth(Entry *begin, Entry *end, qsizetype depth)
     }
 }
 
-} // namespace
-
-namespace {
-
 template <typename Text> std::vector<Entry> sortedEntries(const std::vector<Text> &texts)
 {
     std::vector<Entry> entries;
