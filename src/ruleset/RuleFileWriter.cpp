@@ -29,14 +29,12 @@ bool RuleManager::writeToFile(const QString &path)
     const bool wasFiltered = !m_searchString.isNull();
     if (wasFiltered && !output.waitUntilOpen())
         return output.finish();
-    QList<PolicyRulePtr> keptPolicyRules;
-    QList<RuleBasePtr> keptCompositeIndex;
-    QList<RuleBasePtr> keptCompositeIndexUserOnly;
+    RuleViews keptViews;
+    std::vector<SortRanks> keptSortRanks;
     QString keptSearchString;
     if (wasFiltered) {
-        keptPolicyRules = m_policyRules;
-        keptCompositeIndex = m_compositeIndex;
-        keptCompositeIndexUserOnly = m_compositeIndexUserOnly;
+        keptViews = m_views;
+        keptSortRanks = m_sortRanks;
         keptSearchString = m_searchString;
         m_searchString = QString();
         rebuildRulesCache();
@@ -46,7 +44,7 @@ bool RuleManager::writeToFile(const QString &path)
         if (rule && !rule->system)
             output.write(*rule);
     }
-    const QList<PolicyRulePtr> &rules = m_policyRules;
+    const QList<PolicyRulePtr> &rules = m_views.policies();
     constexpr qsizetype distance = 8;
     for (qsizetype i = 0; i < rules.size(); ++i) {
         if (i + distance < rules.size() && rules[i + distance])
@@ -61,9 +59,8 @@ bool RuleManager::writeToFile(const QString &path)
 
     if (wasFiltered) {
         m_searchString = keptSearchString;
-        m_policyRules = std::move(keptPolicyRules);
-        m_compositeIndex = std::move(keptCompositeIndex);
-        m_compositeIndexUserOnly = std::move(keptCompositeIndexUserOnly);
+        m_views = std::move(keptViews);
+        m_sortRanks = std::move(keptSortRanks);
     }
     return opened;
 }

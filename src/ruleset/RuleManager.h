@@ -3,6 +3,7 @@
 #include "FilterOption.h"
 #include "PolicyRule.h"
 #include "RuleSortDescriptor.h"
+#include "RuleViews.h"
 #include "TraceRule.h"
 #include "WatchRule.h"
 
@@ -121,11 +122,11 @@ public:
     }
     const QList<WatchRulePtr> &watchRules() const { return m_watchRules; }
     const QList<TraceRule> &traceRules() const { return m_traceRules; }
-    const QList<PolicyRulePtr> &policyRules() const { return m_policyRules; }
+    const QList<PolicyRulePtr> &policyRules() const { return m_views.policies(); }
     const QSet<QString> &teamIDsWhitelist() const { return m_teamIDsWhitelist; }
     const QList<FilterOption> &filterOptions() const { return m_filterOptions; }
-    const QList<RuleBasePtr> &compositeIndex() const { return m_compositeIndex; }
-    const QList<RuleBasePtr> &compositeIndexUserOnly() const { return m_compositeIndexUserOnly; }
+    RuleRows compositeIndex() const { return m_views.rows(true); }
+    RuleRows compositeIndexUserOnly() const { return m_views.rows(false); }
     const QStringList &sortedKeys() const { return m_sortedKeys; }
     const std::optional<QList<RuleSortDescriptor>> &sortDescriptors() const { return m_sortDescriptors; }
     const std::optional<QVariantMap> &settings() const { return m_settings; }
@@ -158,11 +159,10 @@ protected:
     QHash<QString, QList<PolicyRulePtr>> m_policyRulesByApplication;
     QList<WatchRulePtr> m_watchRules;
     QList<TraceRule> m_traceRules;
-    QList<PolicyRulePtr> m_policyRules;
     QSet<QString> m_teamIDsWhitelist;
     QList<FilterOption> m_filterOptions;
-    QList<RuleBasePtr> m_compositeIndex;
-    QList<RuleBasePtr> m_compositeIndexUserOnly;
+    // policyRules and the two composite indexes.
+    RuleViews m_views;
     QStringList m_sortedKeys;
     std::optional<QList<RuleSortDescriptor>> m_sortDescriptors;
     std::optional<QVariantMap> m_settings;

@@ -27,12 +27,12 @@ public:
         std::sort(m_sorted.begin(), m_sorted.end());
     }
 
-    std::vector<std::optional<quint64>> rowsIn(const QList<RuleBasePtr> &view) const
+    std::vector<std::optional<quint64>> rowsIn(const RuleRows &view) const
     {
         std::vector<std::optional<quint64>> rows(m_sorted.size());
         std::size_t missing = m_sorted.size();
         for (qsizetype row = 0; row < view.size() && missing > 0; ++row) {
-            const NVCRuleBase *rule = view[row].get();
+            const NVCRuleBase *rule = view.ruleAt(row);
             if (!m_seen.test(slot(rule)))
                 continue;
             const auto at =

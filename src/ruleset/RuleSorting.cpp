@@ -121,14 +121,14 @@ int compareNumbers(qint64 a, qint64 b)
 class SortColumn
 {
 public:
-    SortColumn(const RuleSortDescriptor &descriptor, Field field, const QList<RuleBasePtr> &rows)
+    SortColumn(const RuleSortDescriptor &descriptor, Field field, const RuleRows &rows)
         : m_ascending(descriptor.ascending)
         , m_localized(isTextField(field) &&
                       descriptor.comparison == RuleSortDescriptor::Comparison::LocalizedStandardCompare)
     {
         if (!isTextField(field)) {
-            for (const RuleBasePtr &row : rows)
-                m_numbers.push_back(row ? numberOf(*row, field) : 0);
+            for (qsizetype i = 0; i < rows.size(); ++i)
+                m_numbers.push_back(numberOf(*rows.ruleAt(i), field));
             return;
         }
         const bool folded = descriptor.comparison == RuleSortDescriptor::Comparison::CaseInsensitiveCompare;
@@ -138,12 +138,11 @@ public:
         for (qsizetype i = 0; i < rows.size(); ++i) {
             // The rows are visited in view order, not in the order their records
             // and paths lie in memory: those lines are asked for a few rows ahead.
-            if (i + distance < rows.size() && rows[i + distance])
-                prefetchRuleData(rows[i + distance].get());
-            if (field == Field::Path && i + distance / 2 < rows.size() && rows[i + distance / 2])
-                prefetchRuleData(rows[i + distance / 2]->pathView().data());
-            const RuleBasePtr &row = rows[i];
-            const QString text = row ? textOf(*row, field) : QString();
+            if (i + distance < rows.size())
+                prefetchRuleData(rows.ruleAt(i + distance));
+            if (field == Field::Path && i + distance / 2 < rows.size())
+                prefetchRuleData(rows.ruleAt(i + distance / 2)->pathView().data());
+            const QString text = textOf(*rows.ruleAt(i), field);
             if (m_localized)
                 m_keys.push_back(localizedCollator().sortKey(text));
             else
@@ -260,12 +259,12 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
         if (known)
             columns.emplace_back(descriptor, known->ranks);
         else
-            columns.emplace_back(descriptor, *field, m_compositeIndex);
+            columns.emplace_back(descriptor, *field, m_views.rows(true));
     }
     if (columns.empty())
         return;
 
-    std::vector<qsizetype> order(size_t(m_compositeIndex.size()));
+    std::vector<qsizetype> order(size_t(m_views.size(true)));
     std::iota(order.begin(), order.end(), 0);
     std::stable_sort(order.begin(), order.end(), [&columns](qsizetype a, qsizetype b) {
         for (const SortColumn &column : columns) {
@@ -297,20 +296,7 @@ void RuleManager::sortViews(const QList<RuleSortDescriptor> &descriptors)
         m_sortRanks.push_back(SortRanks{first->key, first->comparison, std::move(ranks)});
     }
 
-    // The user-only view is the system-free subsequence of the full one; a
-    // stable sort keeps it so, so it is taken from the sorted full view.
-    QList<RuleBasePtr> sorted;
-    QList<RuleBasePtr> sortedUserOnly;
-    sorted.reserve(m_compositeIndex.size());
-    sortedUserOnly.reserve(m_compositeIndexUserOnly.size());
-    for (const qsizetype row : order) {
-        const RuleBasePtr &rule = m_compositeIndex.at(row);
-        sorted.append(rule);
-        if (rule && !rule->system)
-            sortedUserOnly.append(rule);
-    }
-    m_compositeIndex = std::move(sorted);
-    m_compositeIndexUserOnly = std::move(sortedUserOnly);
+    m_views.reorder(order);
 }
 
 void RuleManager::sortRanksGainedRow(qsizetype row)
@@ -331,10 +317,10 @@ void RuleManager::sortRanksGainedRow(qsizetype row)
         if (!first || known.key != first->key || known.comparison != first->comparison)
             continue;
         const Field field = *fieldForKey(known.key);
-        const QString text = textOf(*m_compositeIndex.at(row), field);
+        const QString text = textOf(*m_views.ruleAt(row, true), field);
         std::vector<qint64> &ranks = known.ranks; // still without the new row
         const auto sameAs = [&](qsizetype at) {
-            return compareTexts(textOf(*m_compositeIndex.at(at), field), text, known.comparison) == 0;
+            return compareTexts(textOf(*m_views.ruleAt(at, true), field), text, known.comparison) == 0;
         };
         const bool hasBefore = row > 0;
         const bool hasAfter = std::size_t(row) < ranks.size();

@@ -83,12 +83,7 @@ void RuleManager::rebuildRulesCache()
     if (!keysUnchanged)
         m_sortedKeys = sortedCaseInsensitive(m_policyRulesByApplication.keys());
 
-    // Cleared rather than replaced: a filter keystroke refills lists of about
-    // the same size, and unshared lists keep their capacity.
-    m_policyRules.clear();
-    m_compositeIndex.clear();
     m_sortRanks.clear();
-    m_compositeIndexUserOnly.clear();
 
     const bool filtering = !m_searchString.isNull();
     RuleSearch search(m_searchString);
@@ -116,28 +111,14 @@ void RuleManager::rebuildRulesCache()
         }
     }
 
-    m_compositeIndex.reserve(qsizetype(watches.size() + policies.size()));
-    m_policyRules.reserve(qsizetype(policies.size()));
-    bool anySystem = false;
-    for (const WatchRulePtr *rule : watches) {
-        m_compositeIndex.append(*rule);
-        anySystem = anySystem || (*rule)->system;
-    }
+    m_views.beginListing(qsizetype(watches.size()), qsizetype(policies.size()));
+    for (const WatchRulePtr *rule : watches)
+        m_views.appendWatch(*rule);
     for (std::size_t i = 0; i < policies.size(); ++i) {
         prefetchAhead(policies, i);
-        m_policyRules.append(*policies[i]);
-        m_compositeIndex.append(*policies[i]);
-        anySystem = anySystem || (*policies[i])->system;
+        m_views.appendPolicy(*policies[i]);
     }
-    // Without system rules both views hold the same rules: share one list.
-    if (!anySystem) {
-        m_compositeIndexUserOnly = m_compositeIndex;
-    } else {
-        for (const RuleBasePtr &rule : std::as_const(m_compositeIndex)) {
-            if (!rule->system)
-                m_compositeIndexUserOnly.append(rule);
-        }
-    }
+    m_views.endListing();
 
     if (m_sortDescriptors)
         sortViews(*m_sortDescriptors);
@@ -155,21 +136,20 @@ void RuleManager::applyFilterWithString(const QString &text)
 quint64 RuleManager::totalRules(bool includeSystemRules) const
 {
     QMutexLocker locker(&m_lock);
-    return quint64(includeSystemRules ? m_compositeIndex.size() : m_compositeIndexUserOnly.size());
+    return quint64(m_views.size(includeSystemRules));
 }
 
 RuleBasePtr RuleManager::ruleAtIndex(quint64 index, bool includeSystemRules) const
 {
     QMutexLocker locker(&m_lock);
-    const QList<RuleBasePtr> &view = includeSystemRules ? m_compositeIndex : m_compositeIndexUserOnly;
-    if (index >= quint64(view.size())) {
+    if (index >= quint64(m_views.size(includeSystemRules))) {
         qCWarning(lcRuleManagement).noquote()
             << QStringLiteral("%1<%2>: Requested index %3 is out of bounds")
                    .arg(description(), QLatin1String("-[RuleManager ruleAtIndex:includeSystemRules:]"))
                    .arg(index);
         return nullptr;
     }
-    return view.at(qsizetype(index));
+    return m_views.rows(includeSystemRules).at(qsizetype(index));
 }
 
 bool RuleManager::addPolicyRule(const PolicyRulePtr &rule, bool rebuildRulesCache)

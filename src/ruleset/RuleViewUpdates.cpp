@@ -4,6 +4,7 @@
 
 #include <QMutexLocker>
 #include <algorithm>
+#include <ranges>
 
 namespace {
 
@@ -70,54 +71,34 @@ void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
     // A rebuild lists watch rules, then groups in key order with the new rule
     // last of its own, then sorts stably: rows before it are those sorted
     // before it, or tied with it and listed before it.
-    const auto listedBefore = [&key](const RuleBasePtr &row) {
-        return isWatchRule(*row) || !keyBefore(key, applicationGroupIdentityForRule(*row));
+    const auto listedBefore = [&key](const NVCRuleBase &row) {
+        return isWatchRule(row) || !keyBefore(key, applicationGroupIdentityForRule(row));
     };
-    const auto shownBefore = [&](const RuleBasePtr &row) {
-        const int order = compareBySortOrder(*row, *rule);
+    const auto shownBefore = [&](const NVCRuleBase &row) {
+        const int order = compareBySortOrder(row, *rule);
         return order != 0 ? order < 0 : listedBefore(row);
     };
+    const auto firstRowNotBefore = [this, &shownBefore](bool includeSystemRules) {
+        const auto rows = std::views::iota(qsizetype(0), m_views.size(includeSystemRules));
+        const auto at = std::ranges::partition_point(
+            rows, [&](qsizetype row) { return shownBefore(*m_views.ruleAt(row, includeSystemRules)); });
+        return qsizetype(at - rows.begin());
+    };
 
-    const auto policyAt =
-        std::partition_point(m_policyRules.cbegin(), m_policyRules.cend(),
-                             [&listedBefore](const PolicyRulePtr &row) { return listedBefore(row); });
-    m_policyRules.insert(policyAt - m_policyRules.cbegin(), rule);
-
-    // While both views hold the same rules they share one list; inserting into
-    // a shared list would copy it first.
-    const bool shared = m_compositeIndexUserOnly.isSharedWith(m_compositeIndex);
-    if (shared && !rule->system)
-        m_compositeIndexUserOnly = {};
-    const auto at = std::partition_point(m_compositeIndex.cbegin(), m_compositeIndex.cend(), shownBefore);
-    const qsizetype row = at - m_compositeIndex.cbegin();
-    m_compositeIndex.insert(row, rule);
+    const QList<PolicyRulePtr> &policies = m_views.policies();
+    const qsizetype policyAt =
+        std::partition_point(policies.cbegin(), policies.cend(),
+                             [&listedBefore](const PolicyRulePtr &row) { return listedBefore(*row); }) -
+        policies.cbegin();
+    const qsizetype row = firstRowNotBefore(true);
+    const qsizetype userRow = rule->system ? 0 : firstRowNotBefore(false);
+    m_views.insertPolicy(policyAt, rule, row, userRow);
     sortRanksGainedRow(row);
-    if (shared && !rule->system) {
-        m_compositeIndexUserOnly = m_compositeIndex;
-    } else if (!rule->system) {
-        const auto userAt = std::partition_point(m_compositeIndexUserOnly.cbegin(),
-                                                 m_compositeIndexUserOnly.cend(), shownBefore);
-        m_compositeIndexUserOnly.insert(userAt - m_compositeIndexUserOnly.cbegin(), rule);
-    }
     Q_EMIT viewChanged();
 }
 
 void RuleManager::removeFromViews(const PolicyRulePtr &rule)
 {
-    std::vector<qsizetype> rows;
-    for (qsizetype row = 0; row < m_compositeIndex.size(); ++row) {
-        if (m_compositeIndex.at(row) == rule)
-            rows.push_back(row);
-    }
-    sortRanksLostRows(rows);
-    const bool shared = m_compositeIndexUserOnly.isSharedWith(m_compositeIndex);
-    if (shared)
-        m_compositeIndexUserOnly = {};
-    m_policyRules.removeAll(rule);
-    m_compositeIndex.removeAll(rule);
-    if (shared)
-        m_compositeIndexUserOnly = m_compositeIndex;
-    else
-        m_compositeIndexUserOnly.removeAll(rule);
+    sortRanksLostRows(m_views.removePolicy(rule));
     Q_EMIT viewChanged();
 }

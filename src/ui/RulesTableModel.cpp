@@ -46,7 +46,7 @@ void RulesTableModel::reloadData()
     }
     if (m_rowFilter) {
         const QSet<const NVCRuleBase *> kept = m_rowFilter();
-        m_rows.removeIf([&kept](const RuleBasePtr &rule) { return !kept.contains(rule.get()); });
+        m_rows.removeIf([&kept](const NVCRuleBase *rule) { return !kept.contains(rule); });
     }
     m_cells.clear();
     endResetModel();
@@ -98,13 +98,13 @@ const RuleCell &RulesTableModel::cellAt(int row, int column) const
     if (const RuleCell *known = m_cells.object(key))
         return *known;
     auto *cell = new RuleCell;
-    const RuleBasePtr &rule = m_rows.at(row);
+    const RuleBasePtr rule = m_rows.at(row);
     if (column == StateColumn)
         NVCEditPolicyUI::setRuleState(rule->getRuleState(), *cell);
     if (const auto policy = std::dynamic_pointer_cast<PolicyRule>(rule)) {
         const NVCRuleBase *parentRule = nullptr;
-        if (row >= 1 && dynamic_cast<const PolicyRule *>(m_rows.at(row - 1).get()))
-            parentRule = m_rows.at(row - 1).get();
+        if (row >= 1 && dynamic_cast<const PolicyRule *>(m_rows.ruleAt(row - 1)))
+            parentRule = m_rows.ruleAt(row - 1);
         NVCEditPolicyUI::populatePolicyRule(policy, *cell, column, parentRule, *m_ruleManager);
     } else if (const auto watch = std::dynamic_pointer_cast<WatchRule>(rule)) {
         NVCEditPolicyUI::populateWatchRule(*watch, *cell, column);
@@ -115,10 +115,10 @@ const RuleCell &RulesTableModel::cellAt(int row, int column) const
 
 QVariant RulesTableModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.row() >= m_rows.size() || !m_rows.at(index.row()))
+    if (!index.isValid() || index.row() >= m_rows.size())
         return {};
     if (role == Qt::EditRole)
-        return index.column() == TagColumn ? QVariant(m_rows.at(index.row())->tag()) : QVariant();
+        return index.column() == TagColumn ? QVariant(m_rows.ruleAt(index.row())->tag()) : QVariant();
     const RuleCell &cell = cellAt(index.row(), index.column());
     switch (role) {
     case Qt::DisplayRole:
@@ -132,7 +132,7 @@ QVariant RulesTableModel::data(const QModelIndex &index, int role) const
     case Qt::AccessibleTextRole:
         return cell.accessibleText.isEmpty() ? QVariant(cell.text) : QVariant(cell.accessibleText);
     case Qt::ToolTipRole:
-        return index.column() == ApplicationColumn ? QVariant(m_rows.at(index.row())->processName())
+        return index.column() == ApplicationColumn ? QVariant(m_rows.ruleAt(index.row())->processName())
                                                    : QVariant();
     default:
         return {};

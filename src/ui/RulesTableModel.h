@@ -2,6 +2,7 @@
 
 #include "NVCRuleBase.h"
 #include "RuleCell.h"
+#include "RuleRows.h"
 
 #include <QAbstractTableModel>
 #include <QCache>
@@ -70,6 +71,6 @@ private:
     RuleManager *m_ruleManager;
     bool m_showSystemRules = true;
     RowFilter m_rowFilter;
-    QList<RuleBasePtr> m_rows;
+    RuleRows m_rows;
     mutable QCache<quint64, RuleCell> m_cells{4096};
 };

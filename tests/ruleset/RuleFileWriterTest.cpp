@@ -72,6 +72,32 @@ TEST_F(RuleFileWriterTest, WritesUserWatchRulesThenPolicyRulesInGroupOrder)
                                            "deny prefix \"/b\" \"/bin/Zed\" rx \"\" \"\" \"0\"\n"));
 }
 
+// Writing shows every rule for a moment; what the filtered table knew about
+// its order must not be taken from that moment.
+TEST_F(RuleFileWriterTest, FilteredSortedTableSortsTheSameAfterAWrite)
+{
+    const auto rule = [](const QString &path, const QString &tag, qint64 created) {
+        PolicyRulePtr made = policyRule(PolicyClass::Allow, PolicyType::Path, path, u"any"_s, 1);
+        made->setTag(tag);
+        made->created = created;
+        return made;
+    };
+    const PolicyRulePtr hidden = rule(u"/y"_s, u"a"_s, 1);
+    const PolicyRulePtr first = rule(u"/x1"_s, u"a"_s, 2);
+    const PolicyRulePtr second = rule(u"/x2"_s, u"b"_s, 0);
+    for (const PolicyRulePtr &made : {hidden, first, second})
+        manager.addPolicyRule(made);
+    const QList<RuleSortDescriptor> order{
+        {u"tag"_s, true, RuleSortDescriptor::Comparison::CaseInsensitiveCompare},
+        {u"created"_s, true, RuleSortDescriptor::Comparison::Compare}};
+    manager.sortIndexUsingDescriptors(order);
+    manager.applyFilterWithString(u"x"_s);
+
+    ASSERT_TRUE(manager.writeToFile(path()));
+    manager.sortIndexUsingDescriptors(order);
+    EXPECT_EQ(manager.compositeIndex().toList(), (QList<RuleBasePtr>{first, second}));
+}
+
 // Lines are encoded field by field: the bytes must still be those of each
 // record's whole text, lone surrogates and stripped quotes included.
 TEST_F(RuleFileWriterTest, LinesAreEachRecordsTextInUtf8)

@@ -163,7 +163,7 @@ AccessMatches scanAll(const RuleManager &manager, const FileAccess &access)
 {
     const AccessMatcher matcher(access);
     AccessMatches answer;
-    const QList<RuleBasePtr> &view = manager.compositeIndex();
+    const QList<RuleBasePtr> view = manager.compositeIndex().toList();
     for (qsizetype row = 0; row < view.size(); ++row) {
         if (matcher.matches(*view[row])) {
             (manager.validateRule(*view[row]) ? answer.matches : answer.wouldMatchIfValid)

@@ -52,6 +52,17 @@ TEST_F(RulesTableModelTest, RowsFollowTheStoreAndPassTheModelChecks)
     model.sort(RulesTableModel::PathColumn, Qt::DescendingOrder);
     EXPECT_EQ(cellText(model, 0, RulesTableModel::PathColumn), QStringLiteral("/usr/share"));
 
+    // The matching view keeps the rows it is given, in table order, until a row is taken out.
+    const RuleBasePtr first = model.ruleAtRow(0);
+    const RuleBasePtr kept = model.ruleAtRow(2);
+    model.setRowFilter([&] { return QSet<const NVCRuleBase *>{kept.get(), first.get()}; });
+    ASSERT_EQ(model.rowCount(), 2);
+    EXPECT_EQ(cellText(model, 0, RulesTableModel::PathColumn), QStringLiteral("/usr/share"));
+    model.removeRowFromTable(0);
+    ASSERT_EQ(model.rowCount(), 1);
+    EXPECT_EQ(model.ruleAtRow(0), kept);
+    model.setRowFilter({});
+
     std::thread([this] {
         manager.addPolicyRule(policyRule(0, 0, QStringLiteral("/opt/"), QStringLiteral("/bin/ls"), 1));
     }).join();

@@ -78,7 +78,7 @@ int list(const QStringList &arguments)
     manager.applyFilterWithString(parser.value(QStringLiteral("filter")));
     const bool userOnly = parser.isSet(QStringLiteral("user-only"));
     QJsonArray rules;
-    const QList<RuleBasePtr> &rows = userOnly ? manager.compositeIndexUserOnly() : manager.compositeIndex();
+    const RuleRows rows = userOnly ? manager.compositeIndexUserOnly() : manager.compositeIndex();
     for (qsizetype index = 0; index < rows.size(); ++index) {
         QJsonObject row = ruleToJson(rows.at(index), manager);
         row.insert(QStringLiteral("index"), index);
@@ -149,7 +149,7 @@ int exportRules(const QStringList &arguments)
     if (!session.load(&error))
         return failure(error);
     NVCRuleManager &manager = session.manager();
-    const QList<RuleBasePtr> &userRules = manager.compositeIndexUserOnly();
+    const RuleRows userRules = manager.compositeIndexUserOnly();
     std::optional<QList<RuleBasePtr>> selection;
     if (parser.isSet(QStringLiteral("select"))) {
         selection.emplace();
@@ -193,7 +193,7 @@ int importRules(const QStringList &arguments)
     if (!session.load(&error))
         return failure(error);
     NVCRuleManager &manager = session.manager();
-    const QList<RuleBasePtr> candidates = source.compositeIndex();
+    const RuleRows candidates = source.compositeIndex();
     qsizetype imported = 0;
     for (const RuleBasePtr &rule : candidates) {
         // Invalid rules and rules the user already has are left out.
