@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QMutex>
 #include <atomic>
+#include <vector>
 
 namespace {
 
@@ -23,7 +24,7 @@ public:
     TextTable()
     {
         store(QString());
-        store(QStringLiteral(""));
+        idOf(QStringLiteral(""));
     }
 
     quint32 idOf(const QString &text)
@@ -31,10 +32,17 @@ public:
         if (text.isNull())
             return kNullId;
         QMutexLocker locker(&m_lock);
-        const auto found = m_ids.constFind(text);
-        if (found != m_ids.cend())
-            return found.value();
-        return store(text);
+        const std::size_t mask = m_slots.size() - 1;
+        std::size_t at = qHash(text) & mask;
+        for (; m_slots[at] != kNullId; at = (at + 1) & mask) {
+            if (this->text(m_slots[at]) == text)
+                return m_slots[at];
+        }
+        const quint32 id = store(text);
+        m_slots[at] = id;
+        if (++m_slotsUsed * 2 > m_slots.size())
+            grow();
+        return id;
     }
 
     const QString &text(quint32 id) const
@@ -53,14 +61,32 @@ private:
             blocks[id / kBlockSize].store(block, std::memory_order_release);
         }
         block[id % kBlockSize] = text;
-        if (id != kNullId)
-            m_ids.insert(text, id);
         ++m_count;
         return id;
     }
 
+    // Ids are placed again by their texts' hashes in a table twice as large.
+    void grow()
+    {
+        std::vector<quint32> slots(m_slots.size() * 2, kNullId);
+        const std::size_t mask = slots.size() - 1;
+        for (const quint32 id : m_slots) {
+            if (id == kNullId)
+                continue;
+            std::size_t at = qHash(text(id)) & mask;
+            while (slots[at] != kNullId)
+                at = (at + 1) & mask;
+            slots[at] = id;
+        }
+        m_slots = std::move(slots);
+    }
+
     QMutex m_lock;
-    QHash<QString, quint32> m_ids;
+    // Open addressing over ids: a text is found by comparing it with the
+    // stored one, so no second copy of it serves as a key. The absent text
+    // is never placed, so its id marks a free slot.
+    std::vector<quint32> m_slots = std::vector<quint32>(1024, kNullId);
+    std::size_t m_slotsUsed = 0;
     quint32 m_count = 0;
 };
 
