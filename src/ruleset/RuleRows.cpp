@@ -9,16 +9,23 @@ RuleRows::RuleRows(QList<WatchRulePtr> watches, QList<PolicyRulePtr> policies,
     , m_order(std::move(order))
 {}
 
-const NVCRuleBase *RuleRows::ruleAtPosition(quint32 position) const
+const NVCRuleBase *RuleRows::listed(const QList<WatchRulePtr> &watches, const QList<PolicyRulePtr> &policies,
+                                    qsizetype position)
 {
-    const qsizetype watchCount = m_watches.size();
-    return qsizetype(position) < watchCount ? static_cast<const NVCRuleBase *>(m_watches.at(position).get())
-                                            : m_policies.at(position - watchCount).get();
+    return position < watches.size() ? static_cast<const NVCRuleBase *>(watches.at(position).get())
+                                     : policies.at(position - watches.size()).get();
+}
+
+QList<quint32> RuleRows::listingOrder(qsizetype size)
+{
+    QList<quint32> order(size);
+    std::iota(order.begin(), order.end(), quint32(0));
+    return order;
 }
 
 const NVCRuleBase *RuleRows::ruleAt(qsizetype row) const
 {
-    return ruleAtPosition(positionOf(row));
+    return listed(m_watches, m_policies, qsizetype(positionOf(row)));
 }
 
 RuleBasePtr RuleRows::at(qsizetype row) const
@@ -45,10 +52,7 @@ void RuleRows::removeAt(qsizetype row)
 
 QList<quint32> &RuleRows::ownOrder()
 {
-    if (!m_order) {
-        QList<quint32> listing(listingSize());
-        std::iota(listing.begin(), listing.end(), quint32(0));
-        m_order = std::move(listing);
-    }
+    if (!m_order)
+        m_order = listingOrder(listingSize());
     return *m_order;
 }

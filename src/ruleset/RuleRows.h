@@ -28,7 +28,9 @@ public:
     template <typename Predicate> void removeIf(Predicate dropped)
     {
         QList<quint32> &order = ownOrder();
-        order.removeIf([this, &dropped](quint32 position) { return dropped(ruleAtPosition(position)); });
+        order.removeIf([this, &dropped](quint32 position) {
+            return dropped(listed(m_watches, m_policies, qsizetype(position)));
+        });
     }
 
     class const_iterator
@@ -59,10 +61,14 @@ public:
     const_iterator begin() const { return {this, 0}; }
     const_iterator end() const { return {this, size()}; }
 
+    // The rule at a position of a listing, and every position of a listing in its order.
+    static const NVCRuleBase *listed(const QList<WatchRulePtr> &watches, const QList<PolicyRulePtr> &policies,
+                                     qsizetype position);
+    static QList<quint32> listingOrder(qsizetype size);
+
 private:
     qsizetype listingSize() const { return m_watches.size() + m_policies.size(); }
     quint32 positionOf(qsizetype row) const { return m_order ? m_order->at(row) : quint32(row); }
-    const NVCRuleBase *ruleAtPosition(quint32 position) const;
     QList<quint32> &ownOrder();
 
     QList<WatchRulePtr> m_watches;

@@ -1,7 +1,6 @@
 #include "RuleViews.h"
 
 #include <algorithm>
-#include <numeric>
 
 void RuleViews::beginListing(qsizetype watchCount, qsizetype policyCount)
 {
@@ -53,28 +52,16 @@ qsizetype RuleViews::size(bool includeSystemRules) const
 const NVCRuleBase *RuleViews::ruleAt(qsizetype row, bool includeSystemRules) const
 {
     const std::optional<QList<quint32>> &order = orderOf(includeSystemRules);
-    const qsizetype position = order ? qsizetype(order->at(row)) : row;
-    return position < m_watches.size() ? static_cast<const NVCRuleBase *>(m_watches.at(position).get())
-                                       : m_policies.at(position - m_watches.size()).get();
-}
-
-QList<quint32> RuleViews::listingOrder() const
-{
-    QList<quint32> order(listingSize());
-    std::iota(order.begin(), order.end(), quint32(0));
-    return order;
+    return RuleRows::listed(m_watches, m_policies, order ? qsizetype(order->at(row)) : row);
 }
 
 void RuleViews::takeUserOrderFromFullOrder()
 {
-    const QList<quint32> full = m_order ? *m_order : listingOrder();
+    const QList<quint32> full = m_order ? *m_order : RuleRows::listingOrder(listingSize());
     QList<quint32> user;
     user.reserve(full.size());
     for (const quint32 position : full) {
-        const qsizetype at = qsizetype(position);
-        const bool system =
-            at < m_watches.size() ? m_watches.at(at)->system : m_policies.at(at - m_watches.size())->system;
-        if (!system)
+        if (!RuleRows::listed(m_watches, m_policies, qsizetype(position))->system)
             user.append(position);
     }
     m_userOrder = std::move(user);
@@ -97,9 +84,9 @@ void RuleViews::insertPolicy(qsizetype at, const PolicyRulePtr &rule, qsizetype 
     const auto position = quint32(m_watches.size() + at);
     // Rows are kept only once a view's order differs from the listing's.
     if (!m_order && qsizetype(position) != row)
-        m_order = listingOrder();
+        m_order = RuleRows::listingOrder(listingSize());
     if (rule->system && !m_userOrder)
-        m_userOrder = m_order ? *m_order : listingOrder();
+        m_userOrder = m_order ? *m_order : RuleRows::listingOrder(listingSize());
     m_policies.insert(at, rule);
 
     const auto makeRoom = [position](QList<quint32> &order) {

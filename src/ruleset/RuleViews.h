@@ -35,7 +35,6 @@ public:
 private:
     qsizetype listingSize() const { return m_watches.size() + m_policies.size(); }
     const std::optional<QList<quint32>> &orderOf(bool includeSystemRules) const;
-    QList<quint32> listingOrder() const;
     void takeUserOrderFromFullOrder();
 
     QList<WatchRulePtr> m_watches;
