@@ -79,14 +79,10 @@ QString fillParent(const char *format, QStringView parent)
     return QCoreApplication::translate("RuleManager", format).replace(parentPlaceholder, parent.toString());
 }
 
-QString orNull(QStringView text)
+// A view, so that composing a group identity allocates only the result.
+QStringView orNull(QStringView text)
 {
-    return text.isNull() ? QStringLiteral("(null)") : text.toString();
-}
-
-QString orNull(const QString &text)
-{
-    return text.isNull() ? QStringLiteral("(null)") : text;
+    return text.isNull() ? QStringView(u"(null)") : text;
 }
 
 } // namespace
