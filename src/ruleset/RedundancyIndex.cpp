@@ -270,7 +270,7 @@ RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, cons
     if (stored != store.cend()) {
         found.group = &stored.value();
         // Scanning a few rules costs less than indexing them.
-        constexpr qsizetype kLargestScannedGroup = 16;
+        constexpr qsizetype kLargestScannedGroup = 64;
         if (found.group->size() > kLargestScannedGroup)
             found.index = &m_groups.try_emplace(found.group, *found.group).first->second;
     }

@@ -89,7 +89,7 @@ TEST(RuleRedundancyTest, IndexAgreesWithPlainScanOnRandomRulesets)
         RuleManager manager;
         QList<PolicyRulePtr> stored;
         // Small groups are scanned and large ones indexed: both sizes occur.
-        const int count = seed % 2 == 0 ? 120 : 480;
+        const int count = seed % 2 == 0 ? 120 : 1800;
         for (int i = 0; i < count; ++i) {
             PolicyRulePtr rule = random.next();
             manager.addPolicyRule(rule, false);
