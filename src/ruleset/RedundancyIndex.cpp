@@ -80,7 +80,7 @@ bool RedundancyIndex::covers(const PolicyRule &covering, const PolicyRule &rule)
     const QStringView path = rule.pathView();
     const QStringView prefix = covering.pathView();
     return covering.policyType == PolicyType::Prefix && !path.isNull() && prefix.size() <= path.size() &&
-           sameUnits(path.first(prefix.size()), prefix);
+           commonPrefixLength(path, prefix) == prefix.size();
 }
 
 bool RedundancyIndex::scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule)

@@ -93,7 +93,8 @@ public:
     // ---- validation and redundancy ----
     bool validateRule(const NVCRuleBase &rule) const;
     bool isRedundant(const PolicyRulePtr &rule) const;
-    static bool isBitwiseInclusive(quint32 a, quint32 b);
+    // Whether `a` holds every one of the low eight bits of `b`.
+    static bool isBitwiseInclusive(quint32 a, quint32 b) { return ((b & 0xFF) & ~a) == 0; }
 
     // ---- writer ----
     bool writeToFile(const QString &path);

@@ -38,8 +38,3 @@ bool RuleManager::validateRule(const NVCRuleBase &rule) const
     return true;
 }
 
-bool RuleManager::isBitwiseInclusive(quint32 a, quint32 b)
-{
-    const quint32 low = b & 0xFF;
-    return (low & ~a) == 0;
-}
