@@ -4,7 +4,6 @@
 
 #include <QMutexLocker>
 #include <algorithm>
-#include <ranges>
 
 namespace {
 
@@ -78,11 +77,18 @@ void RuleManager::insertIntoViews(const PolicyRulePtr &rule, const QString &key)
         const int order = compareBySortOrder(row, *rule);
         return order != 0 ? order < 0 : listedBefore(row);
     };
+    // The rows shown before the new rule come first in a view: a binary search finds its place.
     const auto firstRowNotBefore = [this, &shownBefore](bool includeSystemRules) {
-        const auto rows = std::views::iota(qsizetype(0), m_views.size(includeSystemRules));
-        const auto at = std::ranges::partition_point(
-            rows, [&](qsizetype row) { return shownBefore(*m_views.ruleAt(row, includeSystemRules)); });
-        return qsizetype(at - rows.begin());
+        qsizetype low = 0;
+        qsizetype high = m_views.size(includeSystemRules);
+        while (low < high) {
+            const qsizetype middle = low + (high - low) / 2;
+            if (shownBefore(*m_views.ruleAt(middle, includeSystemRules)))
+                low = middle + 1;
+            else
+                high = middle;
+        }
+        return low;
     };
 
     const QList<PolicyRulePtr> &policies = m_views.policies();
