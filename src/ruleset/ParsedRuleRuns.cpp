@@ -44,7 +44,7 @@ void ParsedRuleRuns::parseAhead(std::stop_token stop)
     }
 }
 
-const std::vector<ParsedRuleLine> &ParsedRuleRuns::run(std::size_t index)
+std::vector<ParsedRuleLine> &ParsedRuleRuns::run(std::size_t index)
 {
     if (index == 0) {
         m_parsed[0] = m_firstRunParser.parse(m_parts[0]);

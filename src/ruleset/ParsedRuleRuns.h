@@ -21,8 +21,9 @@ public:
     ParsedRuleRuns &operator=(const ParsedRuleRuns &) = delete;
 
     std::size_t count() const { return m_parts.size(); }
-    // The lines of run `index`, waiting until they are parsed. Runs are asked for in order.
-    const std::vector<ParsedRuleLine> &run(std::size_t index);
+    // The lines of run `index`, waiting until they are parsed. Runs are asked
+    // for in order, and their records may be moved out.
+    std::vector<ParsedRuleLine> &run(std::size_t index);
 
 private:
     void parseAhead(std::stop_token stop);

@@ -138,11 +138,13 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     };
     auto tokenText = [&](QByteArrayView line, qsizetype i) { return texts.decode(tokens[i].view(line)); };
 
-    // The lines in file order: false when the read fails there.
-    auto take = [&](const ParsedRuleLine &entry) {
+    // The lines in file order: false when the read fails there. Records are
+    // moved out: every record of a read shares one reference count with the
+    // parsing thread, and each copy would be an atomic step on it.
+    auto take = [&](ParsedRuleLine &entry) {
         switch (entry.kind) {
         case ParsedRuleLine::Kind::Watch: {
-            auto rule = std::static_pointer_cast<WatchRule>(entry.rule);
+            auto rule = std::static_pointer_cast<WatchRule>(std::move(entry.rule));
             rule->sequence = m_ruleSequence++;
             qCDebug(lcRuleManagement, "watch policy type %u path %s proc %s operations %u (%s)",
                     rule->policyType, qUtf8Printable(rule->path()), qUtf8Printable(rule->processName()),
@@ -192,7 +194,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             break;
         }
 
-        auto rule = std::static_pointer_cast<PolicyRule>(entry.rule);
+        auto rule = std::static_pointer_cast<PolicyRule>(std::move(entry.rule));
         rule->sequence = m_ruleSequence++;
         if ((rule->flags & RuleFlag::TeamID) && rule->pathView() == u"/Users/")
             m_teamIDsWhitelist.insert(rule->constraint());
@@ -229,7 +231,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
 
     const bool complete = [&] {
         for (std::size_t index = 0; index < runs.count(); ++index) {
-            for (const ParsedRuleLine &entry : runs.run(index)) {
+            for (ParsedRuleLine &entry : runs.run(index)) {
                 if (!take(entry))
                     return false;
             }
