@@ -154,7 +154,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
                     state.watchDuplicates.insert(*existing);
                 state.watchRulesIndexed = true;
             }
-            if (state.watchDuplicates.insert(*rule)) {
+            if (state.watchDuplicates.insert(*rule, entry.duplicateHash)) {
                 m_watchRules.append(std::move(rule));
                 storeChanged = true;
             }
@@ -222,7 +222,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             }
             group.indexed = true;
         }
-        if (state.duplicates.insert(*rule)) {
+        if (state.duplicates.insert(*rule, entry.duplicateHash)) {
             group.added.append(std::move(rule));
             storeChanged = true;
         }
@@ -230,9 +230,15 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     };
 
     const bool complete = [&] {
+        // The duplicate slot a rule reads lies anywhere in a large table: it
+        // is asked for a few lines ahead.
+        constexpr std::size_t ahead = 8;
         for (std::size_t index = 0; index < runs.count(); ++index) {
-            for (ParsedRuleLine &entry : runs.run(index)) {
-                if (!take(entry))
+            std::vector<ParsedRuleLine> &lines = runs.run(index);
+            for (std::size_t i = 0; i < lines.size(); ++i) {
+                if (i + ahead < lines.size())
+                    state.duplicates.prefetch(lines[i + ahead].duplicateHash);
+                if (!take(lines[i]))
                     return false;
             }
         }

@@ -99,7 +99,8 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
         if (first == "watch" && count >= 5) {
             auto rule = m_records.newWatchRule();
             fillSharedFields(*rule);
-            parsed.push_back({Kind::Watch, line, std::move(rule)});
+            const size_t hash = duplicateHash(*rule);
+            parsed.push_back({Kind::Watch, line, std::move(rule), hash});
         } else if (first == "set" && count >= 3) {
             parsed.push_back({Kind::Option, line, nullptr});
         } else if (first == "trace") {
@@ -114,7 +115,8 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
                 rule->setConstraint(strings.intern(token(6)));
             if (count > 7)
                 rule->created = RuleText::leadingInteger(token(7));
-            parsed.push_back({Kind::Policy, line, std::move(rule)});
+            const size_t hash = duplicateHash(*rule);
+            parsed.push_back({Kind::Policy, line, std::move(rule), hash});
         }
     });
     return parsed;

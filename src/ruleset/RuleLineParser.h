@@ -27,6 +27,8 @@ struct ParsedRuleLine
     QByteArrayView line;
     // A policy or watch rule, without its sequence number yet.
     RuleBasePtr rule;
+    // The rule's duplicate hash, made while its fields are at hand.
+    size_t duplicateHash = 0;
 };
 
 // Parses runs of whole lines of one file (UTF-8). The texts it decodes are

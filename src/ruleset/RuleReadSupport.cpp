@@ -1,5 +1,6 @@
 #include "RuleReadSupport.h"
 
+#include "RulePrefetch.h"
 #include "RuleText.h"
 
 #include <functional>
@@ -36,14 +37,13 @@ SharedText Utf8TextPool::intern(QByteArrayView utf8)
     return text;
 }
 
-namespace {
-
-// Covers fields isEqualTo compares, telling absent texts from empty ones.
-size_t equalityHash(const NVCRuleBase &rule)
+size_t duplicateHash(const NVCRuleBase &rule)
 {
     return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.pathView(),
                       rule.pathView().isNull(), rule.sharedProcessName(), rule.sharedConstraint());
 }
+
+namespace {
 
 constexpr std::size_t kInitialSlots = 64;
 
@@ -75,12 +75,17 @@ void DuplicateIndex::grow()
     }
 }
 
-bool DuplicateIndex::insert(const NVCRuleBase &rule)
+void DuplicateIndex::prefetch(size_t hash) const
+{
+    if (!m_slots.empty())
+        prefetchRuleData(&m_slots[hash & (m_slots.size() - 1)]);
+}
+
+bool DuplicateIndex::insert(const NVCRuleBase &rule, size_t hash)
 {
     // At most half full, so probe runs stay short.
     if ((m_count + 1) * 2 > m_slots.size())
         grow();
-    const size_t hash = equalityHash(rule);
     Slot &slot = m_slots[findSlot(rule, hash)];
     if (slot.rule)
         return false;

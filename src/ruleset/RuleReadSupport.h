@@ -35,6 +35,9 @@ private:
     std::deque<QByteArray> m_assembledKeys;
 };
 
+// Covers the fields isEqualTo compares, telling absent texts from empty ones.
+size_t duplicateHash(const NVCRuleBase &rule);
+
 // Answers "is some indexed rule isEqualTo this one" in constant time. Holds raw
 // pointers: the indexed rules must stay alive and unchanged while it is used,
 // and all be of one record kind (which makes isEqualTo symmetric among them).
@@ -46,7 +49,10 @@ class DuplicateIndex
 public:
     // Adds the rule unless an equal one is indexed; true when it was added.
     // One hash and one probe serve both the question and the insertion.
-    bool insert(const NVCRuleBase &rule);
+    bool insert(const NVCRuleBase &rule) { return insert(rule, duplicateHash(rule)); }
+    bool insert(const NVCRuleBase &rule, size_t hash);
+    // Asks for the memory of the first slot a later insert with `hash` reads.
+    void prefetch(size_t hash) const;
 
 private:
     struct Slot
