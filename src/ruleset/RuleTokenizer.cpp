@@ -3,6 +3,11 @@
 #include "RuleManager.h"
 #include "RuleText.h"
 
+#include <bit>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 char16_t unit(QChar c)
@@ -62,20 +67,49 @@ private:
     bool m_isAssembled = false;
 };
 
+bool isDelimiter(auto c)
+{
+    return unit(c) == u'"' || unit(c) == u' ';
+}
+
+// The first space or double quote at or after `from`, or the line's end.
+qsizetype nextDelimiter(QStringView line, qsizetype from)
+{
+    while (from < line.size() && !isDelimiter(line[from]))
+        ++from;
+    return from;
+}
+
+qsizetype nextDelimiter(QByteArrayView line, qsizetype from)
+{
+#if defined(__SSE2__)
+    // Rule lines are read by the hundred thousand: sixteen bytes are tested at once.
+    const __m128i space = _mm_set1_epi8(' ');
+    const __m128i quote = _mm_set1_epi8('"');
+    for (; line.size() - from >= 16; from += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(line.data() + from));
+        const auto found = unsigned(
+            _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(bytes, space), _mm_cmpeq_epi8(bytes, quote))));
+        if (found != 0)
+            return from + std::countr_zero(found);
+    }
+#endif
+    while (from < line.size() && !isDelimiter(line[from]))
+        ++from;
+    return from;
+}
+
 template <typename View, typename Owned>
 void tokenize(View line, QVarLengthArray<BasicRuleToken<View, Owned>, 10> &tokens)
 {
     using Token = BasicRuleToken<View, Owned>;
-    const auto isDelimiter = [](auto c) { return unit(c) == u'"' || unit(c) == u' '; };
     tokens.clear();
     Accumulator<View, Owned> accumulator;
     bool insideQuotes = false;
     const qsizetype size = line.size();
     qsizetype position = 0;
     while (position < size) {
-        qsizetype runEnd = position;
-        while (runEnd < size && !isDelimiter(line[runEnd]))
-            ++runEnd;
+        const qsizetype runEnd = nextDelimiter(line, position);
         const qsizetype runLength = runEnd - position;
         if (runEnd == size) {
             // Text of an unterminated quote still in the accumulator is dropped.
