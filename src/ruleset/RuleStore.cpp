@@ -118,7 +118,6 @@ void RuleManager::rebuildRulesCache()
         prefetchAhead(policies, i);
         m_views.appendPolicy(*policies[i]);
     }
-    m_views.endListing();
 
     if (m_sortDescriptors)
         sortViews(*m_sortDescriptors);

@@ -10,27 +10,32 @@ void RuleViews::beginListing(qsizetype watchCount, qsizetype policyCount)
     m_policies.clear();
     m_watches.reserve(watchCount);
     m_policies.reserve(policyCount);
-    m_listsSystemRules = false;
     m_order.reset();
     m_userOrder.reset();
 }
 
 void RuleViews::appendWatch(const WatchRulePtr &rule)
 {
+    Q_ASSERT(m_policies.isEmpty());
     m_watches.append(rule);
-    m_listsSystemRules = m_listsSystemRules || rule->system;
+    listedLast(rule->system);
 }
 
 void RuleViews::appendPolicy(const PolicyRulePtr &rule)
 {
     m_policies.append(rule);
-    m_listsSystemRules = m_listsSystemRules || rule->system;
+    listedLast(rule->system);
 }
 
-void RuleViews::endListing()
+void RuleViews::listedLast(bool system)
 {
-    if (m_listsSystemRules)
-        takeUserOrderFromFullOrder();
+    // The user-only view splits off at the first system rule: every rule
+    // listed before it is the user's.
+    const auto position = quint32(listingSize() - 1);
+    if (system && !m_userOrder)
+        m_userOrder = RuleRows::listingOrder(position);
+    else if (!system && m_userOrder)
+        m_userOrder->append(position);
 }
 
 const std::optional<QList<quint32>> &RuleViews::orderOf(bool includeSystemRules) const
@@ -55,18 +60,6 @@ const NVCRuleBase *RuleViews::ruleAt(qsizetype row, bool includeSystemRules) con
     return RuleRows::listed(m_watches, m_policies, order ? qsizetype(order->at(row)) : row);
 }
 
-void RuleViews::takeUserOrderFromFullOrder()
-{
-    const QList<quint32> full = m_order ? *m_order : RuleRows::listingOrder(listingSize());
-    QList<quint32> user;
-    user.reserve(full.size());
-    for (const quint32 position : full) {
-        if (!RuleRows::listed(m_watches, m_policies, qsizetype(position))->system)
-            user.append(position);
-    }
-    m_userOrder = std::move(user);
-}
-
 void RuleViews::reorder(const std::vector<qsizetype> &order)
 {
     QList<quint32> moved;
@@ -74,9 +67,21 @@ void RuleViews::reorder(const std::vector<qsizetype> &order)
     for (const qsizetype row : order)
         moved.append(m_order ? m_order->at(row) : quint32(row));
     m_order = std::move(moved);
-    // A stable sort keeps the user-only view the system-free subsequence of the full one.
-    if (m_userOrder)
-        takeUserOrderFromFullOrder();
+    if (!m_userOrder)
+        return;
+    // A stable sort keeps the user-only view the system-free subsequence of
+    // the full one. Which positions are the user's is known without reading
+    // the records, which lie scattered over memory.
+    std::vector<bool> isUsers(static_cast<std::size_t>(listingSize()));
+    for (const quint32 position : std::as_const(*m_userOrder))
+        isUsers[position] = true;
+    QList<quint32> user;
+    user.reserve(m_userOrder->size());
+    for (const quint32 position : std::as_const(*m_order)) {
+        if (isUsers[position])
+            user.append(position);
+    }
+    m_userOrder = std::move(user);
 }
 
 void RuleViews::insertPolicy(qsizetype at, const PolicyRulePtr &rule, qsizetype row, qsizetype userRow)

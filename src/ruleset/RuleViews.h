@@ -12,11 +12,10 @@
 class RuleViews
 {
 public:
-    // Fills the listing anew; both views then show it in its order.
+    // Fills the listing anew, watch rules first; both views then show it in its order.
     void beginListing(qsizetype watchCount, qsizetype policyCount);
     void appendWatch(const WatchRulePtr &rule);
     void appendPolicy(const PolicyRulePtr &rule);
-    void endListing();
 
     const QList<PolicyRulePtr> &policies() const { return m_policies; }
     RuleRows rows(bool includeSystemRules) const;
@@ -35,11 +34,10 @@ public:
 private:
     qsizetype listingSize() const { return m_watches.size() + m_policies.size(); }
     const std::optional<QList<quint32>> &orderOf(bool includeSystemRules) const;
-    void takeUserOrderFromFullOrder();
+    void listedLast(bool system);
 
     QList<WatchRulePtr> m_watches;
     QList<PolicyRulePtr> m_policies;
-    bool m_listsSystemRules = false;
     std::optional<QList<quint32>> m_order;
     // Absent while no system rule is listed: the user-only view is then the full one.
     std::optional<QList<quint32>> m_userOrder;
