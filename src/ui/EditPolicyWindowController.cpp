@@ -113,7 +113,7 @@ void EditPolicyWindowController::updatePolicyEditor()
     fill(ui->processNameTextField, ui->anyApplicationCheckBox, process, tr("Any application"));
     fill(ui->parentTextField, ui->anyParentCheckBox, parent, tr("Any parent process"));
     fill(ui->pathTextField, ui->anyPathCheckBox, path, tr("Any path"));
-    ui->constraintTextField->setText(rule.constraint().isNull() ? QString() : rule.constraint());
+    ui->constraintTextField->setText(rule.constraint());
     ui->policyClassPopUp->setCurrentIndex(int(rule.policyClass));
     ui->policyTypePopUp->setCurrentIndex(int(rule.policyType));
 
