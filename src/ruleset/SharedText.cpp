@@ -31,15 +31,17 @@ public:
     {
         if (text.isNull())
             return kNullId;
+        const auto hash = quint32(qHash(text));
         QMutexLocker locker(&m_lock);
         const std::size_t mask = m_slots.size() - 1;
-        std::size_t at = qHash(text) & mask;
-        for (; m_slots[at] != kNullId; at = (at + 1) & mask) {
-            if (this->text(m_slots[at]) == text)
-                return m_slots[at];
+        std::size_t at = hash & mask;
+        for (; m_slots[at].id != kNullId; at = (at + 1) & mask) {
+            // Stored texts are compared only when their hashes agree: each lies in a block of its own.
+            if (m_slots[at].hash == hash && this->text(m_slots[at].id) == text)
+                return m_slots[at].id;
         }
         const quint32 id = store(text);
-        m_slots[at] = id;
+        m_slots[at] = {id, hash};
         if (++m_slotsUsed * 2 > m_slots.size())
             grow();
         return id;
@@ -51,6 +53,12 @@ public:
     }
 
 private:
+    struct Slot
+    {
+        quint32 id = kNullId;
+        quint32 hash = 0; // where the id is placed, and a first test before the texts are compared
+    };
+
     quint32 store(const QString &text)
     {
         const quint32 id = m_count;
@@ -65,27 +73,27 @@ private:
         return id;
     }
 
-    // Ids are placed again by their texts' hashes in a table twice as large.
+    // Ids are placed again by their hashes in a table twice as large.
     void grow()
     {
-        std::vector<quint32> slots(m_slots.size() * 2, kNullId);
+        std::vector<Slot> slots(m_slots.size() * 2);
         const std::size_t mask = slots.size() - 1;
-        for (const quint32 id : m_slots) {
-            if (id == kNullId)
+        for (const Slot &slot : m_slots) {
+            if (slot.id == kNullId)
                 continue;
-            std::size_t at = qHash(text(id)) & mask;
-            while (slots[at] != kNullId)
+            std::size_t at = slot.hash & mask;
+            while (slots[at].id != kNullId)
                 at = (at + 1) & mask;
-            slots[at] = id;
+            slots[at] = slot;
         }
         m_slots = std::move(slots);
     }
 
     QMutex m_lock;
-    // Open addressing over ids: a text is found by comparing it with the
-    // stored one, so no second copy of it serves as a key. The absent text
-    // is never placed, so its id marks a free slot.
-    std::vector<quint32> m_slots = std::vector<quint32>(1024, kNullId);
+    // Open addressing over ids and hashes: a text is found by comparing it
+    // with the stored one, so no second copy of it serves as a key. The absent
+    // text is never placed, so its id marks a free slot.
+    std::vector<Slot> m_slots = std::vector<Slot>(1024);
     std::size_t m_slotsUsed = 0;
     quint32 m_count = 0;
 };
