@@ -14,8 +14,8 @@ constexpr int kLaterRuns = 12;
 } // namespace
 
 ParsedRuleRuns::ParsedRuleRuns(QByteArrayView file, bool system)
-    : m_firstRunParser(file, system)
-    , m_laterRunsParser(file, system)
+    : m_firstRunParser(system)
+    , m_laterRunsParser(system)
 {
     const auto [first, rest] = cutAtLineEnd(file, kFirstRunShare);
     m_parts.push_back(first);

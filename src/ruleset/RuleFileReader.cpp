@@ -129,7 +129,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     QMutexLocker groupLocker(&m_groupMapLock);
     QMutexLocker watchLocker(&m_watchListLock);
     ReadState state;
-    Utf8TextPool texts(file);
+    Utf8TextPool texts;
     Utf8RuleTokens tokens;
     bool storeChanged = false;
     auto tokenize = [&](QByteArrayView line) {

@@ -83,9 +83,8 @@ template <typename LineFound> void forEachLine(QByteArrayView part, LineFound li
 
 } // namespace
 
-RuleLineParser::RuleLineParser(QByteArrayView file, bool system)
-    : m_strings(file)
-    , m_system(system)
+RuleLineParser::RuleLineParser(bool system)
+    : m_system(system)
 {}
 
 std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)

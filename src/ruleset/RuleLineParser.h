@@ -37,10 +37,10 @@ struct ParsedRuleLine
 class RuleLineParser
 {
 public:
-    // `file` must outlive the parser and the parsed lines.
-    RuleLineParser(QByteArrayView file, bool system);
+    explicit RuleLineParser(bool system);
 
-    // The lines of `part` that hold something: comments and blank lines are left out.
+    // The lines of `part` that hold something: comments and blank lines are
+    // left out. The lines are views of `part`, which must outlive them.
     std::vector<ParsedRuleLine> parse(QByteArrayView part);
 
 private:

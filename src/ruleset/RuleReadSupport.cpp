@@ -3,11 +3,15 @@
 #include "RulePrefetch.h"
 #include "RuleText.h"
 
-#include <functional>
+#include <algorithm>
+#include <limits>
 
-Utf8TextPool::Utf8TextPool(QByteArrayView file)
-    : m_file(file)
-{}
+namespace {
+
+constexpr std::size_t kInitialTextSlots = 64;
+constexpr std::size_t kKeyBlockBytes = 64 * 1024;
+
+} // namespace
 
 QString Utf8TextPool::decode(QByteArrayView utf8)
 {
@@ -24,17 +28,52 @@ void Utf8TextPool::setPath(NVCRuleBase &rule, QByteArrayView utf8, RecordArena &
 
 SharedText Utf8TextPool::intern(QByteArrayView utf8)
 {
-    const auto found = m_strings.constFind(utf8);
-    if (found != m_strings.cend())
-        return found.value();
-    QByteArrayView key = utf8;
-    const bool inFile = std::less_equal<>()(m_file.data(), utf8.data()) &&
-                        std::less_equal<>()(utf8.data() + utf8.size(), m_file.data() + m_file.size());
-    if (!inFile)
-        key = m_assembledKeys.emplace_back(utf8.toByteArray());
+    // Longer texts than a slot records are not pooled; no rule file holds one.
+    if (utf8.size() > std::numeric_limits<quint32>::max())
+        return SharedText(decode(utf8));
+    if ((m_count + 1) * 2 > m_entries.size())
+        grow();
+    const size_t hash = qHash(utf8, m_seed);
+    const std::size_t mask = m_entries.size() - 1;
+    std::size_t at = hash & mask;
+    for (; !m_entries[at].text.isNull(); at = (at + 1) & mask) {
+        const Entry &entry = m_entries[at];
+        if (entry.hash == hash && QByteArrayView(entry.key, entry.size) == utf8)
+            return entry.text;
+    }
     const SharedText text(decode(utf8));
-    m_strings.insert(key, text);
+    m_entries[at] = {hash, keepKey(utf8), quint32(utf8.size()), text};
+    ++m_count;
     return text;
+}
+
+const char *Utf8TextPool::keepKey(QByteArrayView key)
+{
+    const auto size = std::size_t(key.size());
+    if (size > m_keyRoom) {
+        m_keyRoom = std::max(size, kKeyBlockBytes);
+        m_keyAt = m_keyBlocks.emplace_back(std::make_unique_for_overwrite<char[]>(m_keyRoom)).get();
+    }
+    char *kept = m_keyAt;
+    std::copy_n(key.data(), size, kept);
+    m_keyAt += size;
+    m_keyRoom -= size;
+    return kept;
+}
+
+void Utf8TextPool::grow()
+{
+    std::vector<Entry> old(m_entries.empty() ? kInitialTextSlots : m_entries.size() * 2);
+    old.swap(m_entries);
+    const std::size_t mask = m_entries.size() - 1;
+    for (const Entry &entry : old) {
+        if (entry.text.isNull())
+            continue;
+        std::size_t at = entry.hash & mask;
+        while (!m_entries[at].text.isNull())
+            at = (at + 1) & mask;
+        m_entries[at] = entry;
+    }
 }
 
 size_t duplicateHash(const NVCRuleBase &rule)

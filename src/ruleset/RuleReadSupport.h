@@ -4,11 +4,11 @@
 #include "RecordArena.h"
 #include "SharedText.h"
 
-#include <QHash>
+#include <QHashFunctions>
 #include <QString>
 #include <QStringDecoder>
 #include <QStringView>
-#include <deque>
+#include <memory>
 #include <vector>
 
 // Decodes the UTF-8 fields of a rule file. Texts that many rules repeat are
@@ -16,9 +16,6 @@
 class Utf8TextPool
 {
 public:
-    // `file` is the text being read: keys are views of it, so it must outlive the pool.
-    explicit Utf8TextPool(QByteArrayView file);
-
     // Every occurrence its own text.
     QString decode(QByteArrayView utf8);
     // A path, kept beside the records of `records`.
@@ -26,13 +23,30 @@ public:
     SharedText intern(QByteArrayView utf8);
 
 private:
-    QByteArrayView m_file;
+    // One slot of an open-addressing table that is at most half full. Keys are
+    // compared only when their hashes agree.
+    struct Entry
+    {
+        size_t hash = 0;
+        const char *key = nullptr;
+        quint32 size = 0;
+        SharedText text; // absent in a free slot
+    };
+
+    void grow();
+    // A copy of `key` among the others: the first occurrence of a text lies
+    // anywhere in a large file, and comparing with it there costs a cache miss.
+    const char *keepKey(QByteArrayView key);
+
     // A byte order mark inside a field is a character like any other.
     QStringDecoder m_decoder{QStringDecoder::Utf8,
                              QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom};
-    QHash<QByteArrayView, SharedText> m_strings;
-    // Keys assembled from pieces are not in the file and are kept here.
-    std::deque<QByteArray> m_assembledKeys;
+    size_t m_seed = QHashSeed::globalSeed();
+    std::vector<Entry> m_entries;
+    std::size_t m_count = 0;
+    std::vector<std::unique_ptr<char[]>> m_keyBlocks;
+    char *m_keyAt = nullptr;
+    std::size_t m_keyRoom = 0;
 };
 
 // Covers the fields isEqualTo compares, telling absent texts from empty ones.
