@@ -90,6 +90,7 @@ bool mergeIntoFailsafeGroup(QList<PolicyRulePtr> &group, PolicyRule &rule)
 // trimmed: growth slack adds up over many rules.
 void appendReadRules(QHash<QString, QList<PolicyRulePtr>> &store, ReadState &state)
 {
+    store.reserve(store.size() + qsizetype(state.groups.size()));
     for (ReadState::Group &group : state.groups) {
         if (group.added.isEmpty())
             continue;

@@ -3,6 +3,7 @@
 #include "RuleManager.h"
 #include "RulePrefetch.h"
 #include "RuleSearch.h"
+#include "TextRanks.h"
 
 #include <QMutexLocker>
 #include <algorithm>
@@ -11,19 +12,54 @@
 
 namespace {
 
-// Group keys sorted ignoring case; keys equal but for case keep a fixed order.
-QStringList sortedCaseInsensitive(const QList<QString> &keys)
+using GroupMap = QHash<QString, QList<PolicyRulePtr>>;
+
+struct SortedGroups
 {
-    std::vector<std::pair<QString, QString>> folded;
-    folded.reserve(size_t(keys.size()));
-    for (const QString &key : keys)
-        folded.emplace_back(key.toCaseFolded(), key);
-    std::sort(folded.begin(), folded.end());
-    QStringList sorted;
-    sorted.reserve(keys.size());
-    for (auto &entry : folded)
-        sorted.append(std::move(entry.second));
+    QStringList keys;
+    std::vector<const QList<PolicyRulePtr> *> members; // of each key, found while sorting
+};
+
+// Group keys sorted ignoring case; keys equal but for case keep a fixed order.
+SortedGroups sortedCaseInsensitive(const GroupMap &groups)
+{
+    std::vector<QString> folded;
+    std::vector<GroupMap::const_iterator> entries;
+    folded.reserve(std::size_t(groups.size()));
+    entries.reserve(std::size_t(groups.size()));
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
+        folded.push_back(group.key().toCaseFolded());
+        entries.push_back(group);
+    }
+    // Keys share long beginnings (the folders of programs), which this sort compares once.
+    std::vector<std::size_t> order = codeUnitOrder(std::vector<QStringView>(folded.cbegin(), folded.cend()));
+    for (auto run = order.begin(); run != order.end();) {
+        const auto runEnd =
+            std::find_if(run + 1, order.end(), [&](std::size_t at) { return folded[at] != folded[*run]; });
+        std::sort(run, runEnd,
+                  [&](std::size_t a, std::size_t b) { return entries[a].key() < entries[b].key(); });
+        run = runEnd;
+    }
+    SortedGroups sorted;
+    sorted.keys.reserve(qsizetype(order.size()));
+    sorted.members.reserve(order.size());
+    for (const std::size_t at : order) {
+        sorted.keys.append(entries[at].key());
+        sorted.members.push_back(&entries[at].value());
+    }
     return sorted;
+}
+
+std::vector<const QList<PolicyRulePtr> *> groupsOfKeys(const QStringList &keys, const GroupMap &groups)
+{
+    std::vector<const QList<PolicyRulePtr> *> found;
+    found.reserve(std::size_t(keys.size()));
+    for (const QString &key : keys) {
+        const auto group = groups.constFind(key);
+        if (group != groups.cend())
+            found.push_back(&group.value());
+    }
+    return found;
 }
 
 // Misses would otherwise queue behind each reference count update. The count
@@ -80,8 +116,12 @@ void RuleManager::rebuildRulesCache()
                          std::all_of(m_sortedKeys.cbegin(), m_sortedKeys.cend(), [this](const QString &key) {
                              return m_policyRulesByApplication.contains(key);
                          }));
-    if (!keysUnchanged)
-        m_sortedKeys = sortedCaseInsensitive(m_policyRulesByApplication.keys());
+    std::vector<const QList<PolicyRulePtr> *> sortedGroups;
+    if (!keysUnchanged) {
+        SortedGroups sorted = sortedCaseInsensitive(m_policyRulesByApplication);
+        m_sortedKeys = std::move(sorted.keys);
+        sortedGroups = std::move(sorted.members);
+    }
 
     m_sortRanks.clear();
 
@@ -100,10 +140,9 @@ void RuleManager::rebuildRulesCache()
             m_filterRows = std::make_unique<PolicyFilterRows>(m_sortedKeys, m_policyRulesByApplication);
         policies = m_filterRows->matching(search);
     } else {
-        for (const QString &key : std::as_const(m_sortedKeys)) {
-            const auto group = m_policyRulesByApplication.constFind(key);
-            if (group == m_policyRulesByApplication.cend())
-                continue;
+        if (keysUnchanged)
+            sortedGroups = groupsOfKeys(m_sortedKeys, m_policyRulesByApplication);
+        for (const QList<PolicyRulePtr> *group : sortedGroups) {
             for (const PolicyRulePtr &rule : *group) {
                 if (rule)
                     policies.push_back(&rule);
