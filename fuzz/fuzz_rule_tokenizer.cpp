@@ -3,17 +3,22 @@
 #include "RuleTokenizer.h"
 
 #include <cstdint>
+#include <functional>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString line = QString::fromUtf8(reinterpret_cast<const char *>(data), qsizetype(size));
     RuleTokens tokens;
     tokenizeRuleLine(line, tokens);
-    for (const RuleToken &token : tokens) {
-        const QStringView text = token.view(line);
-        if (!token.isAssembled && (token.start < 0 || token.start + token.length > line.size()))
+    // A token is at most the line, and one that points into the line ends within it.
+    const char16_t *begin = QStringView(line).utf16();
+    const char16_t *end = begin + line.size();
+    for (qsizetype i = 0; i < tokens.size(); ++i) {
+        const QStringView text = tokens.view(line, i);
+        const bool inLine =
+            std::less_equal<>()(begin, text.utf16()) && std::less_equal<>()(text.utf16(), end);
+        if (text.size() > line.size() || (inLine && std::less<>()(end, text.utf16() + text.size())))
             __builtin_trap();
-        static_cast<void>(text.size());
     }
     static_cast<void>(RuleManager::scanString(line));
     return 0;

@@ -137,7 +137,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         tokenizeRuleLine(line, tokens);
         return tokens.size();
     };
-    auto tokenText = [&](QByteArrayView line, qsizetype i) { return texts.decode(tokens[i].view(line)); };
+    auto tokenText = [&](QByteArrayView line, qsizetype i) { return texts.decode(tokens.view(line, i)); };
 
     // The lines in file order: false when the read fails there. Records are
     // moved out: every record of a read shares one reference count with the

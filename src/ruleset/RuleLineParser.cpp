@@ -101,7 +101,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
         const qsizetype count = tokens.size();
         if (count == 0)
             return;
-        auto token = [&](qsizetype i) { return tokens[i].view(line); };
+        auto token = [&](qsizetype i) { return tokens.view(line, i); };
         const QByteArrayView first = token(0);
         // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
         // rule's tag but a system rule's flags.

@@ -20,51 +20,50 @@ char16_t unit(char c)
     return uchar(c);
 }
 
-QString ownedCopy(QStringView text)
-{
-    return text.toString();
-}
-
-QByteArray ownedCopy(QByteArrayView text)
-{
-    return text.toByteArray();
-}
-
 // Quoted text collected piece by piece; stays a slice of the line while the
 // pieces are adjacent there.
 template <typename View, typename Owned> class Accumulator
 {
 public:
-    bool isEmpty() const { return !m_isAssembled && m_length == 0; }
+    explicit Accumulator(BasicRuleTokens<View, Owned> &tokens)
+        : m_tokens(tokens)
+    {}
+
+    bool isEmpty() const { return !m_assembled && m_length == 0; }
 
     void append(View line, qsizetype start, qsizetype length)
     {
         if (isEmpty()) {
             m_start = start;
             m_length = length;
-        } else if (!m_isAssembled && start == m_start + m_length) {
+        } else if (!m_assembled && start == m_start + m_length) {
             m_length += length;
         } else {
-            if (!m_isAssembled) {
-                m_assembled = ownedCopy(line.sliced(m_start, m_length));
-                m_isAssembled = true;
+            if (!m_assembled) {
+                m_assembled = &m_tokens.nextAssembled();
+                m_assembled->append(line.sliced(m_start, m_length));
             }
-            m_assembled += line.sliced(start, length);
+            m_assembled->append(line.sliced(start, length));
         }
     }
 
-    BasicRuleToken<View, Owned> take()
+    // Appends the collected text as a token and starts again.
+    void finishToken()
     {
-        BasicRuleToken<View, Owned> token{m_start, m_length, std::move(m_assembled), m_isAssembled};
-        *this = Accumulator();
-        return token;
+        if (m_assembled)
+            m_tokens.appendAssembled();
+        else
+            m_tokens.appendSlice(m_start, m_length);
+        m_start = 0;
+        m_length = 0;
+        m_assembled = nullptr;
     }
 
 private:
+    BasicRuleTokens<View, Owned> &m_tokens;
     qsizetype m_start = 0;
     qsizetype m_length = 0;
-    Owned m_assembled;
-    bool m_isAssembled = false;
+    Owned *m_assembled = nullptr;
 };
 
 bool isDelimiter(auto c)
@@ -99,12 +98,10 @@ qsizetype nextDelimiter(QByteArrayView line, qsizetype from)
     return from;
 }
 
-template <typename View, typename Owned>
-void tokenize(View line, QVarLengthArray<BasicRuleToken<View, Owned>, 10> &tokens)
+template <typename View, typename Owned> void tokenize(View line, BasicRuleTokens<View, Owned> &tokens)
 {
-    using Token = BasicRuleToken<View, Owned>;
     tokens.clear();
-    Accumulator<View, Owned> accumulator;
+    Accumulator<View, Owned> accumulator(tokens);
     bool insideQuotes = false;
     const qsizetype size = line.size();
     qsizetype position = 0;
@@ -114,7 +111,7 @@ void tokenize(View line, QVarLengthArray<BasicRuleToken<View, Owned>, 10> &token
         if (runEnd == size) {
             // Text of an unterminated quote still in the accumulator is dropped.
             if (runLength > 0)
-                tokens.append(Token{position, runLength, {}, false});
+                tokens.appendSlice(position, runLength);
             return;
         }
         if (unit(line[runEnd]) == u'"') {
@@ -122,16 +119,16 @@ void tokenize(View line, QVarLengthArray<BasicRuleToken<View, Owned>, 10> &token
             insideQuotes = !insideQuotes;
             if (runLength == 0) {
                 if (wasInsideQuotes)
-                    tokens.append(Token{runEnd, 0, {}, false});
+                    tokens.appendSlice(runEnd, 0);
             } else {
                 accumulator.append(line, position, runLength);
-                tokens.append(accumulator.take());
+                accumulator.finishToken();
             }
         } else if (insideQuotes) {
             // The run and the space after it are adjacent in the line.
             accumulator.append(line, position, runLength + 1);
         } else if (runLength > 0) {
-            tokens.append(Token{position, runLength, {}, false});
+            tokens.appendSlice(position, runLength);
         }
         position = runEnd + 1;
     }
@@ -155,8 +152,8 @@ QStringList RuleManager::scanString(QStringView line)
     tokenizeRuleLine(line, tokens);
     QStringList words;
     words.reserve(tokens.size());
-    for (const RuleToken &token : tokens) {
-        const QStringView view = token.view(line);
+    for (qsizetype i = 0; i < tokens.size(); ++i) {
+        const QStringView view = tokens.view(line, i);
         words.append(view.isEmpty() ? RuleText::emptyText() : view.toString());
     }
     return words;

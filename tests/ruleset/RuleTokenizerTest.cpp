@@ -30,6 +30,8 @@ const TokenizerCase kCases[] = {
     // A quoted field ending in a space gives an empty token, and its text moves
     // in front of the next quoted field.
     {u"\"a \" x \"b c\"", {"", "x", "a b c"}},
+    {u"\"a  \"b c\"", {"", "b", "a  c"}},
+    {u"\"a \" \"b \" \"c\"", {"", "", "a b c"}},
     // The text of an unterminated quote is dropped, except its last word.
     {u"x \"a b", {"x", "b"}},
     {u"x \"a b ", {"x"}},
