@@ -60,7 +60,9 @@ template <typename View> static qint64 leadingIntegerOf(View text)
         if (c < u'0' || c > u'9')
             break;
         const quint64 digit = c - u'0';
-        if (value > (limit - digit) / 10) {
+        // Below this bound no digit can overflow, so the division is left out for usual numbers.
+        constexpr quint64 safeBelow = (positiveLimit - 9) / 10;
+        if (value > safeBelow && value > (limit - digit) / 10) {
             value = limit;
             break;
         }

@@ -1,8 +1,10 @@
 #include "FilterRuleDefinition.h"
 #include "RuleManager.h"
+#include "RuleText.h"
 
 #include <QDateTime>
 #include <gtest/gtest.h>
+#include <limits>
 
 namespace {
 
@@ -34,6 +36,31 @@ TEST(RuleConversions, WordsAndLetters)
     WatchRule watch;
     watch.flags = 7;
     EXPECT_EQ(RuleManager::flagsForWatchRule(watch), "s");
+}
+
+// A creation time is the number its field begins with, held to 64 bits, alike
+// from text and from a file's bytes.
+TEST(RuleConversions, LeadingIntegers)
+{
+    constexpr qint64 max = std::numeric_limits<qint64>::max();
+    constexpr qint64 min = std::numeric_limits<qint64>::min();
+    const std::pair<const char *, qint64> cases[] = {{"", 0},
+                                                     {"abc", 0},
+                                                     {"  42x", 42},
+                                                     {"+7", 7},
+                                                     {"-5", -5},
+                                                     {"1700000000", 1700000000},
+                                                     {"922337203685477580", 922337203685477580},
+                                                     {"9223372036854775807", max},
+                                                     {"9223372036854775808", max},
+                                                     {"99999999999999999999", max},
+                                                     {"-9223372036854775808", min},
+                                                     {"-9223372036854775809", min},
+                                                     {"-99999999999999999999", min}};
+    for (const auto &[text, value] : cases) {
+        EXPECT_EQ(RuleText::leadingInteger(QByteArrayView(text)), value) << text;
+        EXPECT_EQ(RuleText::leadingInteger(QString::fromLatin1(text)), value) << text;
+    }
 }
 
 // A policy rule's line is checked where the writer's bytes are compared with it.
