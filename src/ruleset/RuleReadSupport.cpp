@@ -4,6 +4,7 @@
 #include "RuleText.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -38,7 +39,9 @@ SharedText Utf8TextPool::intern(QByteArrayView utf8)
     std::size_t at = hash & mask;
     for (; !m_entries[at].text.isNull(); at = (at + 1) & mask) {
         const Entry &entry = m_entries[at];
-        if (entry.hash == hash && QByteArrayView(entry.key, entry.size) == utf8)
+        // An empty key may have no bytes anywhere, which memcmp must not be given.
+        if (entry.hash == hash && entry.size == quint32(utf8.size()) &&
+            (entry.size == 0 || std::memcmp(entry.key, utf8.data(), entry.size) == 0))
             return entry.text;
     }
     const SharedText text(decode(utf8));
