@@ -239,12 +239,55 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
     return false;
 }
 
-bool RedundancyIndex::isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule)
+bool RedundancyIndex::scanCoverers(const std::vector<Coverer> &coverers, const PolicyRule &rule)
 {
-    const GroupOfTexts &found = groupOf(store, rule);
-    if (found.index)
+    const quint8 mask = lowMask(rule.operations);
+    const SharedText constraint = rule.sharedConstraint();
+    const QStringView path = rule.pathView();
+    for (const Coverer &coverer : coverers) {
+        if (coverer.rule == &rule || coverer.policyClass != rule.policyClass || (mask & ~coverer.mask) != 0 ||
+            coverer.constraint != constraint)
+            continue;
+        if (coverer.wholeScope)
+            return true;
+        if (!path.isNull() && coverer.pathSize <= path.size() &&
+            commonPrefixLength(path, QStringView(coverer.path, coverer.pathSize)) == coverer.pathSize)
+            return true;
+    }
+    return false;
+}
+
+bool RedundancyIndex::isRedundant(const Store &store, const PolicyRule &rule)
+{
+    GroupOfTexts &found = groupOf(store, rule);
+    if (!found.group)
+        return false;
+    // Scanning a few rules costs less than indexing them.
+    constexpr qsizetype kLargestScannedGroup = 64;
+    if (found.group->size() > kLargestScannedGroup) {
+        if (!found.index)
+            found.index = &m_groups.try_emplace(found.group, *found.group).first->second;
         return found.index->isRedundant(rule);
-    return found.group && scanGroup(*found.group, rule);
+    }
+    if (!found.coverers) {
+        // The members lie anywhere in memory: all are asked for before the
+        // first is read, so that their misses overlap.
+        for (const PolicyRulePtr &member : *found.group) {
+            if (member)
+                prefetchRuleData(member.get());
+        }
+        std::vector<Coverer> &coverers = found.coverers.emplace();
+        for (const PolicyRulePtr &member : *found.group) {
+            if (!member || !canCover(*member))
+                continue;
+            const QStringView path = member->pathView();
+            const bool wholeScope = isWholeScopePath(path);
+            if (wholeScope || member->policyType == PolicyType::Prefix)
+                coverers.push_back({member.get(), path.utf16(), quint32(path.size()), member->policyClass,
+                                    member->sharedConstraint(), lowMask(member->operations), wholeScope});
+        }
+    }
+    return scanCoverers(*found.coverers, rule);
 }
 
 bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
@@ -252,29 +295,62 @@ bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
     return processName == rule.sharedProcessName() && constraint == rule.sharedConstraint();
 }
 
-const RedundancyIndex::GroupOfTexts &
-RedundancyIndex::groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule)
+RedundancyIndex::GroupOfTexts &RedundancyIndex::addGroup(std::pair<SharedText, SharedText> texts,
+                                                         const QList<PolicyRulePtr> *group)
+{
+    GroupOfTexts &added = m_groupsFound.emplace_back();
+    added.processName = texts.first;
+    added.constraint = texts.second;
+    added.group = group;
+    m_groupsByTexts.insert(texts, &added);
+    return added;
+}
+
+void RedundancyIndex::listEveryGroup(const Store &store)
+{
+    m_groupsByTexts.reserve(m_groupsByTexts.size() + store.size());
+    constexpr int distance = 8;
+    auto ahead = store.cbegin();
+    for (int i = 0; i < distance && ahead != store.cend(); ++i)
+        ++ahead;
+    for (auto group = store.cbegin(); group != store.cend(); ++group) {
+        if (ahead != store.cend()) {
+            if (!ahead->isEmpty() && ahead->constFirst())
+                prefetchRuleData(ahead->constFirst().get());
+            ++ahead;
+        }
+        const auto first =
+            std::find_if(group->cbegin(), group->cend(), [](const auto &rule) { return rule; });
+        if (first == group->cend())
+            continue;
+        const std::pair texts{(*first)->sharedProcessName(), (*first)->sharedConstraint()};
+        if (!m_groupsByTexts.contains(texts))
+            addGroup(texts, &group.value());
+    }
+}
+
+RedundancyIndex::GroupOfTexts &RedundancyIndex::groupOf(const Store &store, const PolicyRule &rule)
 {
     if (m_lastGroup && m_lastGroup->holdsTextsOf(rule))
         return *m_lastGroup;
-    if (m_groupsByTexts.isEmpty())
-        m_groupsByTexts.reserve(store.size());
     const std::pair texts{rule.sharedProcessName(), rule.sharedConstraint()};
-    const auto known = m_groupsByTexts.constFind(texts);
+    auto known = m_groupsByTexts.constFind(texts);
+    // A screenful of rows meets a few groups, a scan of the whole table all of them.
+    constexpr int kIdentitiesBeforeListing = 64;
+    if (known == m_groupsByTexts.cend() && m_identitiesComposed == kIdentitiesBeforeListing) {
+        ++m_identitiesComposed;
+        listEveryGroup(store);
+        known = m_groupsByTexts.constFind(texts);
+    }
     if (known != m_groupsByTexts.cend()) {
         m_lastGroup = known.value();
         return *m_lastGroup;
     }
-    GroupOfTexts found{texts.first, texts.second};
+    // A rule whose texts differ from those its group was listed under, or
+    // one of a group not stored: the group's identity decides.
+    if (m_identitiesComposed < kIdentitiesBeforeListing)
+        ++m_identitiesComposed;
     const auto stored = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
-    if (stored != store.cend()) {
-        found.group = &stored.value();
-        // Scanning a few rules costs less than indexing them.
-        constexpr qsizetype kLargestScannedGroup = 64;
-        if (found.group->size() > kLargestScannedGroup)
-            found.index = &m_groups.try_emplace(found.group, *found.group).first->second;
-    }
-    m_groupsByTexts.insert(texts, found);
-    m_lastGroup = found;
+    m_lastGroup = &addGroup(texts, stored != store.cend() ? &stored.value() : nullptr);
     return *m_lastGroup;
 }

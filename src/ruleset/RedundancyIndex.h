@@ -6,6 +6,7 @@
 #include <QList>
 #include <QString>
 #include <QVarLengthArray>
+#include <deque>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -68,6 +69,19 @@ private:
         int longestPrefixOf(QStringView path) const;
     };
 
+    // What a small group's scan needs of a rule that can cover others, side by side.
+    struct Coverer
+    {
+        const PolicyRule *rule;
+        const char16_t *path;
+        quint32 pathSize;
+        quint32 policyClass;
+        SharedText constraint;
+        quint8 mask;
+        bool wholeScope; // otherwise a prefix rule
+    };
+    static bool scanCoverers(const std::vector<Coverer> &coverers, const PolicyRule &rule);
+
     // A group's rules share their process and constraint texts, so the group
     // found for one pair of texts is remembered.
     struct GroupOfTexts
@@ -75,16 +89,25 @@ private:
         SharedText processName;
         SharedText constraint;
         const QList<PolicyRulePtr> *group = nullptr; // none when the store lacks the group
-        // Only groups too large to scan on every question get an index.
+        // Made when the group is first asked about: an index for a group too
+        // large to scan on every question, the coverers for a smaller one.
         const GroupIndex *index = nullptr;
+        std::optional<std::vector<Coverer>> coverers;
 
         bool holdsTextsOf(const PolicyRule &rule) const;
     };
-    const GroupOfTexts &groupOf(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
+    using Store = QHash<QString, QList<PolicyRulePtr>>;
+    GroupOfTexts &groupOf(const Store &store, const PolicyRule &rule);
+    GroupOfTexts &addGroup(std::pair<SharedText, SharedText> texts, const QList<PolicyRulePtr> *group);
+    // Every stored group under the texts of its first rule: when many rows are
+    // asked about, this costs less than composing each group's identity.
+    void listEveryGroup(const Store &store);
 
     // Groups are told apart by address, which spares hashing the long group key twice.
     std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
-    QHash<std::pair<SharedText, SharedText>, GroupOfTexts> m_groupsByTexts;
+    std::deque<GroupOfTexts> m_groupsFound; // never moved, so pointers to them hold
+    QHash<std::pair<SharedText, SharedText>, GroupOfTexts *> m_groupsByTexts;
     // Rows are asked about group by group: the last answer is tried first.
-    std::optional<GroupOfTexts> m_lastGroup;
+    GroupOfTexts *m_lastGroup = nullptr;
+    int m_identitiesComposed = 0;
 };

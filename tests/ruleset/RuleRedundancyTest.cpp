@@ -66,11 +66,13 @@ public:
         static const QStringList constraints{u""_s, u"TEAM123456"_s, u"(null)"_s, u"other"_s};
         const int pathPick = pick(paths.size() + 1);
         const int constraintPick = pick(constraints.size() + 1);
-        auto rule =
-            policyRule(pick(3) == 2 ? PolicyClass::Invalid : quint32(pick(2)), quint32(pick(4)),
-                       pathPick == paths.size() ? QString() : paths[pathPick],
-                       processes[pick(processes.size())], quint32(m_random.bounded(1024)),
-                       constraintPick == constraints.size() ? QString() : constraints[constraintPick]);
+        // Half the rules fall into a few large groups, half into many small ones.
+        const QString process =
+            processes[pick(processes.size())] + (pick(2) == 0 ? QString() : QString::number(pick(300)));
+        auto rule = policyRule(
+            pick(3) == 2 ? PolicyClass::Invalid : quint32(pick(2)), quint32(pick(4)),
+            pathPick == paths.size() ? QString() : paths[pathPick], process, quint32(m_random.bounded(1024)),
+            constraintPick == constraints.size() ? QString() : constraints[constraintPick]);
         if (rule->policyType == 3)
             rule->policyType = PolicyType::Invalid;
         return rule;
@@ -87,8 +89,9 @@ TEST(RuleRedundancyTest, IndexAgreesWithPlainScanOnRandomRulesets)
         RandomRules random(seed);
         RuleManager manager;
         QList<PolicyRulePtr> stored;
-        // Small groups are scanned and large ones indexed: both sizes occur.
-        const int count = seed % 2 == 0 ? 120 : 1800;
+        // Small groups are scanned and large ones indexed; a few groups are
+        // found by their identities, many by listing them all.
+        const int count = seed % 2 == 0 ? 120 : 3000;
         for (int i = 0; i < count; ++i) {
             PolicyRulePtr rule = random.next();
             manager.addPolicyRule(rule, false);
