@@ -1,6 +1,7 @@
 #include "RuleLogging.h"
 #include "RuleManager.h"
 #include "RulePrefetch.h"
+#include "RuleText.h"
 #include "TextRanks.h"
 
 #include <QCollator>
@@ -146,7 +147,7 @@ public:
             if (m_localized)
                 m_keys.push_back(localizedCollator().sortKey(text));
             else
-                texts.push_back(folded ? text.toCaseFolded() : text);
+                texts.push_back(folded ? RuleText::caseFolded(text) : text);
         }
         // Plain text order becomes ranks once, so that the sort compares numbers.
         if (!m_localized)
@@ -180,7 +181,7 @@ int compareTexts(const QString &a, const QString &b, RuleSortDescriptor::Compari
     case RuleSortDescriptor::Comparison::LocalizedStandardCompare:
         return localizedCollator().sortKey(a).compare(localizedCollator().sortKey(b));
     case RuleSortDescriptor::Comparison::CaseInsensitiveCompare:
-        return a.toCaseFolded().compare(b.toCaseFolded());
+        return RuleText::caseFolded(a).compare(RuleText::caseFolded(b));
     default:
         return a.compare(b);
     }

@@ -3,6 +3,7 @@
 #include "RuleManager.h"
 #include "RulePrefetch.h"
 #include "RuleSearch.h"
+#include "RuleText.h"
 #include "TextRanks.h"
 
 #include <QMutexLocker>
@@ -28,7 +29,7 @@ SortedGroups sortedCaseInsensitive(const GroupMap &groups)
     folded.reserve(std::size_t(groups.size()));
     entries.reserve(std::size_t(groups.size()));
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
-        folded.push_back(group.key().toCaseFolded());
+        folded.push_back(RuleText::caseFolded(group.key()));
         entries.push_back(group);
     }
     // Keys share long beginnings (the folders of programs), which this sort compares once.

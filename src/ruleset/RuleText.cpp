@@ -83,6 +83,24 @@ qint64 leadingInteger(QByteArrayView text)
     return leadingIntegerOf(text);
 }
 
+QString caseFolded(const QString &text)
+{
+    bool capitals = false;
+    for (const QChar unit : text) {
+        if (unit.unicode() >= 0x80)
+            return text.toCaseFolded();
+        capitals |= unit >= u'A' && unit <= u'Z';
+    }
+    if (!capitals)
+        return text;
+    QString folded = text;
+    for (QChar &unit : folded) {
+        if (unit >= u'A' && unit <= u'Z')
+            unit = QChar(unit.unicode() + (u'a' - u'A'));
+    }
+    return folded;
+}
+
 qint32 leadingInt32(QStringView text)
 {
     const qint64 value = leadingInteger(text);

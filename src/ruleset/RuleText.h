@@ -24,6 +24,10 @@ inline QString orNullMarker(const QString &text)
 // A null path stays null.
 QString directoryOfPath(const QString &path);
 
+// QString::toCaseFolded, without its Unicode tables for ASCII text, which
+// folds by lowering A to Z alone; text without capitals comes back shared.
+QString caseFolded(const QString &text);
+
 // Leading decimal number as a signed 64-bit value: blanks, an optional sign and
 // digits; 0 when there are none; saturates instead of overflowing.
 qint64 leadingInteger(QStringView text);

@@ -1,6 +1,7 @@
 #include "PolicyFilterRows.h"
 #include "RuleManager.h"
 #include "RuleSearch.h"
+#include "RuleText.h"
 
 #include <QMutexLocker>
 #include <algorithm>
@@ -10,7 +11,7 @@ namespace {
 // The order of group keys in the views: case-folded, the key itself breaking ties.
 bool keyBefore(const QString &a, const QString &b)
 {
-    const int folded = a.toCaseFolded().compare(b.toCaseFolded());
+    const int folded = RuleText::caseFolded(a).compare(RuleText::caseFolded(b));
     return folded != 0 ? folded < 0 : a < b;
 }
 

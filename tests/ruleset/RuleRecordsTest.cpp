@@ -8,6 +8,8 @@
 
 namespace {
 
+using namespace Qt::StringLiterals;
+
 PolicyRule makePolicy(const QString &path = QStringLiteral("/Users/a/file.txt"))
 {
     PolicyRule rule;
@@ -60,6 +62,23 @@ TEST(RuleConversions, LeadingIntegers)
     for (const auto &[text, value] : cases) {
         EXPECT_EQ(RuleText::leadingInteger(QByteArrayView(text)), value) << text;
         EXPECT_EQ(RuleText::leadingInteger(QString::fromLatin1(text)), value) << text;
+    }
+}
+
+// The quick folding agrees with the library's on ASCII and on what is not.
+TEST(RuleConversions, CaseFoldingAgreesWithTheLibrary)
+{
+    const QString texts[] = {QString(),
+                             u""_s,
+                             u"/usr/bin/tool"_s,
+                             u"/Applications/Zed.app:AZaz@[`{"_s,
+                             u"/Users/K\u212Aelvin"_s,
+                             u"STRASSE stra\u00DFe"_s,
+                             u"\u03A3\u03C3\u03C2 /X"_s,
+                             u"\U0001D400 Bold A"_s};
+    for (const QString &text : texts) {
+        EXPECT_EQ(RuleText::caseFolded(text), text.toCaseFolded()) << qPrintable(text);
+        EXPECT_EQ(RuleText::caseFolded(text).isNull(), text.toCaseFolded().isNull());
     }
 }
 
