@@ -35,19 +35,20 @@ struct ReadState
         QList<PolicyRulePtr> added;
     };
 
-    QHash<std::pair<SharedText, SharedText>, int> groupByText;
+    GroupsByTexts groupByText;
     QHash<QString, int> groupByKey;
     std::vector<Group> groups;
     DuplicateIndex duplicates;
     DuplicateIndex watchDuplicates;
     bool watchRulesIndexed = false;
 
-    Group &groupFor(const PolicyRule &rule)
+    // `hash` is GroupsByTexts::hashOf the rule's texts.
+    Group &groupFor(const PolicyRule &rule, size_t hash)
     {
-        const std::pair textKey{rule.sharedProcessName(), rule.sharedConstraint()};
-        auto found = groupByText.constFind(textKey);
-        if (found != groupByText.cend())
-            return groups[std::size_t(found.value())];
+        const SharedText processName = rule.sharedProcessName();
+        const SharedText constraint = rule.sharedConstraint();
+        if (const int found = groupByText.find(processName, constraint, hash); found >= 0)
+            return groups[std::size_t(found)];
         const QString key = RuleManager::applicationGroupIdentityForRule(rule);
         int slot = groupByKey.value(key, -1);
         if (slot < 0) {
@@ -55,7 +56,7 @@ struct ReadState
             groups.push_back(Group{key, false, {}});
             groupByKey.insert(key, slot);
         }
-        groupByText.insert(textKey, slot);
+        groupByText.insert(processName, constraint, hash, slot);
         return groups[std::size_t(slot)];
     }
 };
@@ -199,7 +200,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         rule->sequence = m_ruleSequence++;
         if ((rule->flags & RuleFlag::TeamID) && rule->pathView() == u"/Users/")
             m_teamIDsWhitelist.insert(rule->constraint());
-        ReadState::Group &group = state.groupFor(*rule);
+        ReadState::Group &group = state.groupFor(*rule, entry.groupHash);
         qCDebug(lcRuleManagement,
                 "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
                 "application directory for '%s'",
@@ -231,14 +232,16 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     };
 
     const bool complete = [&] {
-        // The duplicate slot a rule reads lies anywhere in a large table: it
-        // is asked for a few lines ahead.
+        // The duplicate and group slots a rule reads lie anywhere in large
+        // tables: they are asked for a few lines ahead.
         constexpr std::size_t ahead = 8;
         for (std::size_t index = 0; index < runs.count(); ++index) {
             std::vector<ParsedRuleLine> &lines = runs.run(index);
             for (std::size_t i = 0; i < lines.size(); ++i) {
-                if (i + ahead < lines.size())
+                if (i + ahead < lines.size()) {
                     state.duplicates.prefetch(lines[i + ahead].duplicateHash);
+                    state.groupByText.prefetch(lines[i + ahead].groupHash);
+                }
                 if (!take(lines[i]))
                     return false;
             }

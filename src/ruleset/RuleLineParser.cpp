@@ -139,7 +139,9 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
             if (count > 7)
                 rule->created = RuleText::leadingInteger(token(7));
             const size_t hash = duplicateHash(*rule);
-            parsed.push_back({Kind::Policy, line, std::move(rule), hash});
+            const size_t groupHash =
+                GroupsByTexts::hashOf(rule->sharedProcessName(), rule->sharedConstraint());
+            parsed.push_back({Kind::Policy, line, std::move(rule), hash, groupHash});
         }
     });
     return parsed;

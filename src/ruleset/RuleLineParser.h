@@ -27,8 +27,10 @@ struct ParsedRuleLine
     QByteArrayView line;
     // A policy or watch rule, without its sequence number yet.
     RuleBasePtr rule;
-    // The rule's duplicate hash, made while its fields are at hand.
+    // The rule's duplicate hash and the hash of its group's texts, made while
+    // its fields are at hand.
     size_t duplicateHash = 0;
+    size_t groupHash = 0;
 };
 
 // Parses runs of whole lines of one file (UTF-8). The texts it decodes are

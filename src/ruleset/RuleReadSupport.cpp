@@ -152,3 +152,42 @@ bool DuplicateIndex::insert(const NVCRuleBase &rule, size_t hash)
     ++m_count;
     return true;
 }
+
+int GroupsByTexts::find(SharedText processName, SharedText constraint, size_t hash) const
+{
+    const std::size_t mask = m_slots.size() - 1;
+    for (std::size_t at = hash & mask; m_slots[at].group >= 0; at = (at + 1) & mask) {
+        if (m_slots[at].processName == processName && m_slots[at].constraint == constraint)
+            return m_slots[at].group;
+    }
+    return -1;
+}
+
+void GroupsByTexts::insert(SharedText processName, SharedText constraint, size_t hash, int group)
+{
+    // At most half full, so probe runs stay short.
+    if ((m_count + 1) * 2 > m_slots.size())
+        grow();
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t at = hash & mask;
+    while (m_slots[at].group >= 0)
+        at = (at + 1) & mask;
+    m_slots[at] = {processName, constraint, group};
+    ++m_count;
+}
+
+void GroupsByTexts::prefetch(size_t hash) const
+{
+    prefetchRuleData(&m_slots[hash & (m_slots.size() - 1)]);
+}
+
+void GroupsByTexts::grow()
+{
+    std::vector<Slot> old(m_slots.size() * 2);
+    old.swap(m_slots);
+    m_count = 0;
+    for (const Slot &slot : old) {
+        if (slot.group >= 0)
+            insert(slot.processName, slot.constraint, hashOf(slot.processName, slot.constraint), slot.group);
+    }
+}

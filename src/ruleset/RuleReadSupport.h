@@ -81,3 +81,32 @@ private:
     std::vector<Slot> m_slots;
     std::size_t m_count = 0;
 };
+
+// The group of each pair of process and constraint texts met in one read, in
+// one flat block: asked once per rule, and asked for a few lines ahead.
+class GroupsByTexts
+{
+public:
+    static size_t hashOf(SharedText processName, SharedText constraint)
+    {
+        return qHashMulti(0, processName, constraint);
+    }
+
+    // The group number stored for the pair, or -1.
+    int find(SharedText processName, SharedText constraint, size_t hash) const;
+    void insert(SharedText processName, SharedText constraint, size_t hash, int group);
+    void prefetch(size_t hash) const;
+
+private:
+    struct Slot
+    {
+        SharedText processName;
+        SharedText constraint;
+        int group = -1; // -1 marks a free slot
+    };
+
+    void grow();
+
+    std::vector<Slot> m_slots = std::vector<Slot>(64);
+    std::size_t m_count = 0;
+};
