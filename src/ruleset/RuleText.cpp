@@ -1,6 +1,9 @@
 #include "RuleText.h"
 
 #include <array>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <limits>
 #include <string_view>
 
@@ -85,19 +88,34 @@ qint64 leadingInteger(QByteArrayView text)
 
 QString caseFolded(const QString &text)
 {
+    const char16_t *units = QStringView(text).utf16();
+    const qsizetype size = text.size();
+    qsizetype at = 0;
     bool capitals = false;
-    for (const QChar unit : text) {
-        if (unit.unicode() >= 0x80)
+#if defined(__SSE2__)
+    // Group keys and paths are long: eight units are tested at once.
+    const __m128i nonAscii = _mm_set1_epi16(qint16(0xFF80));
+    const __m128i beforeA = _mm_set1_epi16('A' - 1);
+    const __m128i afterZ = _mm_set1_epi16('Z' + 1);
+    for (; size - at >= 8; at += 8) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i *>(units + at));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(chunk, nonAscii), _mm_setzero_si128())) != 0xFFFF)
             return text.toCaseFolded();
-        capitals |= unit >= u'A' && unit <= u'Z';
+        capitals |= _mm_movemask_epi8(
+                        _mm_and_si128(_mm_cmpgt_epi16(chunk, beforeA), _mm_cmplt_epi16(chunk, afterZ))) != 0;
+    }
+#endif
+    for (; at < size; ++at) {
+        if (units[at] >= 0x80)
+            return text.toCaseFolded();
+        capitals |= units[at] >= u'A' && units[at] <= u'Z';
     }
     if (!capitals)
         return text;
-    QString folded = text;
-    for (QChar &unit : folded) {
-        if (unit >= u'A' && unit <= u'Z')
-            unit = QChar(unit.unicode() + (u'a' - u'A'));
-    }
+    QString folded(size, Qt::Uninitialized);
+    char16_t *out = reinterpret_cast<char16_t *>(folded.data());
+    for (qsizetype i = 0; i < size; ++i)
+        out[i] = units[i] >= u'A' && units[i] <= u'Z' ? char16_t(units[i] + (u'a' - u'A')) : units[i];
     return folded;
 }
 
