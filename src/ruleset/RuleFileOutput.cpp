@@ -1,9 +1,11 @@
 #include "RuleFileOutput.h"
 
 #include "RuleLogging.h"
+#include "RulePrefetch.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,6 +19,8 @@ constexpr qsizetype kBatchSize = 64 * 1024;
 // Batches waiting while the file is opened or written: enough to keep
 // encoding through a slow truncation, few enough to bound the memory.
 constexpr std::size_t kMostQueued = 128;
+// Lines encoded by one thread before the other thread's next run follows.
+constexpr qsizetype kRulesPerRun = 4096;
 
 } // namespace
 
@@ -74,6 +78,90 @@ bool RuleFileOutput::write(const NVCRuleBase &rule)
     if (m_filling.bytes.size() >= kBatchSize)
         hand(m_filling);
     return true;
+}
+
+template <typename Full>
+void RuleFileOutput::encodeUserRules(const QList<PolicyRulePtr> &rules, qsizetype from, qsizetype to,
+                                     RuleLineEncoder &encoder, Batch &batch, Full full)
+{
+    // Rules lie scattered in memory: each is asked for a few lines ahead.
+    constexpr qsizetype distance = 8;
+    for (qsizetype i = from; i < to; ++i) {
+        if (i + distance < to && rules[i + distance])
+            prefetchRuleData(rules[i + distance].get());
+        if (i + distance / 2 < to && rules[i + distance / 2])
+            prefetchRuleData(rules[i + distance / 2]->pathView().data());
+        const PolicyRulePtr &rule = rules[i];
+        if (!rule || rule->system || !encoder.append(batch.bytes, *rule))
+            continue;
+        batch.lineEnds.push_back(batch.bytes.size());
+        if (batch.bytes.size() >= kBatchSize)
+            full(batch);
+    }
+}
+
+void RuleFileOutput::writeUserRules(const QList<PolicyRulePtr> &rules)
+{
+    auto handFull = [this](Batch &batch) { hand(batch); };
+    const qsizetype runs = (rules.size() + kRulesPerRun - 1) / kRulesPerRun;
+    auto runStart = [&rules](qsizetype run) { return std::min(run * kRulesPerRun, rules.size()); };
+
+    // The helper encodes every odd run into batches of its own and hands them
+    // over whole; it works one run ahead of this thread at most.
+    std::mutex mutex;
+    std::condition_variable ready;
+    std::vector<Batch> helperBatches;
+    qsizetype helperRun = -1; // the run whose batches wait in helperBatches
+    qsizetype takenRun = -1;
+    std::jthread helper;
+    if (runs > 2) {
+        try {
+            helper = std::jthread([&](std::stop_token stop) {
+                RuleLineEncoder encoder;
+                for (qsizetype run = 1; run < runs && !stop.stop_requested(); run += 2) {
+                    std::vector<Batch> batches;
+                    Batch filling;
+                    auto keepFull = [&batches](Batch &full) {
+                        batches.push_back(std::move(full));
+                        full = Batch{};
+                    };
+                    encodeUserRules(rules, runStart(run), runStart(run + 1), encoder, filling, keepFull);
+                    keepFull(filling);
+                    std::unique_lock lock(mutex);
+                    ready.wait(lock, [&] { return takenRun == run - 2 || stop.stop_requested(); });
+                    helperBatches = std::move(batches);
+                    helperRun = run;
+                    ready.notify_all();
+                }
+            });
+        } catch (const std::system_error &) {
+            // No thread to be had: this thread encodes every run.
+        }
+    }
+    if (!helper.joinable()) {
+        encodeUserRules(rules, 0, rules.size(), m_encoder, m_filling, handFull);
+        return;
+    }
+    for (qsizetype run = 0; run < runs; run += 2) {
+        encodeUserRules(rules, runStart(run), runStart(run + 1), m_encoder, m_filling, handFull);
+        if (run + 1 >= runs)
+            break;
+        std::vector<Batch> batches;
+        {
+            std::unique_lock lock(mutex);
+            ready.wait(lock, [&] { return helperRun == run + 1; });
+            batches = std::move(helperBatches);
+            takenRun = run + 1;
+            ready.notify_all();
+        }
+        // The lines encoded here so far come first.
+        if (!m_filling.bytes.isEmpty())
+            hand(m_filling);
+        for (Batch &batch : batches) {
+            if (!batch.bytes.isEmpty())
+                hand(batch);
+        }
+    }
 }
 
 bool RuleFileOutput::finish()

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "NVCRuleBase.h"
+#include "PolicyRule.h"
 #include "RuleLineEncoder.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <condition_variable>
 #include <deque>
@@ -35,6 +37,9 @@ public:
     // False, writing nothing, for a record that has no file line. Lines for a
     // file that failed to open are dropped.
     bool write(const NVCRuleBase &rule);
+    // Writes the lines of the user's rules among `rules`, in order. A long
+    // list is encoded in runs by this thread and a helper in turn.
+    void writeUserRules(const QList<PolicyRulePtr> &rules);
     // Writes what is left, sets the mode and closes; true when the file was open.
     bool finish();
 
@@ -52,6 +57,11 @@ private:
         }
     };
 
+    // The lines of the user's rules in rules[from, to) go to `batch`, and every
+    // batch that fills up to `full`.
+    template <typename Full>
+    static void encodeUserRules(const QList<PolicyRulePtr> &rules, qsizetype from, qsizetype to,
+                                RuleLineEncoder &encoder, Batch &batch, Full full);
     void open();
     void hand(Batch &batch);
     void writeQueued(std::stop_token stop);

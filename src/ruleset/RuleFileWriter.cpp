@@ -2,7 +2,6 @@
 #include "RuleFileOutput.h"
 #include "RuleLogging.h"
 #include "RuleManager.h"
-#include "RulePrefetch.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -44,17 +43,7 @@ bool RuleManager::writeToFile(const QString &path)
         if (rule && !rule->system)
             output.write(*rule);
     }
-    const QList<PolicyRulePtr> &rules = m_views.policies();
-    constexpr qsizetype distance = 8;
-    for (qsizetype i = 0; i < rules.size(); ++i) {
-        if (i + distance < rules.size() && rules[i + distance])
-            prefetchRuleData(rules[i + distance].get());
-        if (i + distance / 2 < rules.size() && rules[i + distance / 2])
-            prefetchRuleData(rules[i + distance / 2]->pathView().data());
-        const PolicyRulePtr &rule = rules[i];
-        if (rule && !rule->system)
-            output.write(*rule);
-    }
+    output.writeUserRules(m_views.policies());
     const bool opened = output.finish();
 
     if (wasFiltered) {

@@ -180,6 +180,41 @@ TEST_F(RuleFileWriterTest, ShortWriteIsRecordedAndLaterLinesStillTried)
     }
 }
 
+// A long ruleset is encoded by two threads in turn; its lines still come in
+// view order, and a short write inside it is still recorded line by line.
+TEST_F(RuleFileWriterTest, LongRulesetsKeepTheirOrderAndShortWrites)
+{
+    RuleManager writer;
+    for (int i = 0; i < 13000; ++i) {
+        auto rule = policyRule(quint32(i % 2), PolicyType::Path, u"/p/%1/caf\u00e9"_s.arg(i),
+                               u"/bin/app%1"_s.arg(i % 7), quint32(1 + i % 31));
+        rule->system = i % 5 == 0;
+        writer.addPolicyRule(rule, false);
+    }
+    writer.rebuildRulesCache();
+    QByteArray expected;
+    for (const PolicyRulePtr &rule : writer.policyRules()) {
+        if (!rule->system)
+            expected += rule->toString().toUtf8();
+    }
+    ASSERT_TRUE(writer.writeToFile(path()));
+    EXPECT_TRUE(contents(path()) == expected);
+
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    ::getrlimit(RLIMIT_FSIZE, &saved);
+    rlimit limited = saved;
+    limited.rlim_cur = rlim_t(expected.size() / 2); // inside a run the helper encodes
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+    const bool written = writer.writeToFile(path());
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_TRUE(written);
+    EXPECT_EQ(writer.lastErrorMessage(),
+              u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
+    EXPECT_TRUE(contents(path()) == expected.left(qsizetype(limited.rlim_cur)));
+}
+
 TEST_F(RuleFileWriterTest, SelectionWritesGivenRulesAndSkipsUnrenderable)
 {
     auto system = policyRule(PolicyClass::Allow, PolicyType::Path, u"/s"_s, u"any"_s, 1, u""_s, true);
