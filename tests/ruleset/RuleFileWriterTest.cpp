@@ -34,6 +34,24 @@ class RuleFileWriterTest : public RulesetFolders
 protected:
     RuleManager manager;
     QString path() const { return scratchFile(u"out.rc"_s); }
+
+    // Writes `writer`'s rules under a file size limit, which makes write()
+    // come back short without touching devices, and expects that recorded.
+    void writeShortOf(RuleManager &writer, rlim_t limit)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit saved{};
+        ::getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit limited = saved;
+        limited.rlim_cur = limit;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+        const bool written = writer.writeToFile(path());
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_DFL);
+        EXPECT_TRUE(written);
+        EXPECT_EQ(writer.lastErrorMessage(),
+                  u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
+    }
 };
 
 TEST_F(RuleFileWriterTest, SystemOnlyStoreWritesAnEmptyFile)
@@ -159,20 +177,7 @@ TEST_F(RuleFileWriterTest, ShortWriteIsRecordedAndLaterLinesStillTried)
         for (int i = 0; i < lines; ++i)
             writer.addWatchRule(watchRule(u"/path/number/%1"_s.arg(i % 10), u"any"_s), false);
         writer.rebuildRulesCache();
-        // A file size limit makes write() come back short without touching devices.
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit saved{};
-        ::getrlimit(RLIMIT_FSIZE, &saved);
-        rlimit limited = saved;
-        limited.rlim_cur = limit;
-        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-        const bool written = writer.writeToFile(path());
-        ::setrlimit(RLIMIT_FSIZE, &saved);
-        std::signal(SIGXFSZ, SIG_DFL);
-
-        EXPECT_TRUE(written);
-        EXPECT_EQ(writer.lastErrorMessage(),
-                  u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
+        writeShortOf(writer, limit);
         EXPECT_EQ(contents(path()).size(), qsizetype(limit));
         ASSERT_TRUE(writer.writeToFile(path()));
         EXPECT_TRUE(writer.lastErrorMessage().isNull());
@@ -200,19 +205,9 @@ TEST_F(RuleFileWriterTest, LongRulesetsKeepTheirOrderAndShortWrites)
     ASSERT_TRUE(writer.writeToFile(path()));
     EXPECT_TRUE(contents(path()) == expected);
 
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit saved{};
-    ::getrlimit(RLIMIT_FSIZE, &saved);
-    rlimit limited = saved;
-    limited.rlim_cur = rlim_t(expected.size() / 2); // inside a run the helper encodes
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const bool written = writer.writeToFile(path());
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, SIG_DFL);
-    EXPECT_TRUE(written);
-    EXPECT_EQ(writer.lastErrorMessage(),
-              u"Failed write() operation on file '%1' File too large (27)"_s.arg(path()));
-    EXPECT_TRUE(contents(path()) == expected.left(qsizetype(limited.rlim_cur)));
+    const qsizetype half = expected.size() / 2; // inside a run the helper encodes
+    writeShortOf(writer, rlim_t(half));
+    EXPECT_TRUE(contents(path()) == expected.left(half));
 }
 
 TEST_F(RuleFileWriterTest, SelectionWritesGivenRulesAndSkipsUnrenderable)
