@@ -67,29 +67,6 @@ bool unitLess(QStringView a, QStringView b)
 
 } // namespace
 
-bool RedundancyIndex::covers(const PolicyRule &covering, const PolicyRule &rule)
-{
-    if (!canCover(covering) || covering.policyClass != rule.policyClass)
-        return false;
-    if (!RuleManager::isBitwiseInclusive(covering.operations, rule.operations))
-        return false;
-    if (covering.sharedConstraint() != rule.sharedConstraint())
-        return false;
-    if (isWholeScopePath(covering.pathView()))
-        return true;
-    const QStringView path = rule.pathView();
-    const QStringView prefix = covering.pathView();
-    return covering.policyType == PolicyType::Prefix && !path.isNull() && prefix.size() <= path.size() &&
-           commonPrefixLength(path, prefix) == prefix.size();
-}
-
-bool RedundancyIndex::scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
-{
-    return std::any_of(group.cbegin(), group.cend(), [&rule](const PolicyRulePtr &member) {
-        return member && member.get() != &rule && covers(*member, rule);
-    });
-}
-
 void RedundancyIndex::Bucket::add(quint8 mask)
 {
     for (auto &entry : masks) {
@@ -241,11 +218,11 @@ bool RedundancyIndex::GroupIndex::isRedundant(const PolicyRule &rule) const
 
 bool RedundancyIndex::scanCoverers(const std::vector<Coverer> &coverers, const PolicyRule &rule)
 {
-    const quint8 mask = lowMask(rule.operations);
     const SharedText constraint = rule.sharedConstraint();
     const QStringView path = rule.pathView();
     for (const Coverer &coverer : coverers) {
-        if (coverer.rule == &rule || coverer.policyClass != rule.policyClass || (mask & ~coverer.mask) != 0 ||
+        if (coverer.rule == &rule || coverer.policyClass != rule.policyClass ||
+            !RuleManager::isBitwiseInclusive(coverer.mask, rule.operations) ||
             coverer.constraint != constraint)
             continue;
         if (coverer.wholeScope)

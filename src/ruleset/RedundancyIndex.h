@@ -24,11 +24,6 @@ public:
     // lists must stay where they are and unchanged while the index lives.
     bool isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
-    // The reference answer: a plain scan of the group, in stored order.
-    static bool scanGroup(const QList<PolicyRulePtr> &group, const PolicyRule &rule);
-    // Whether `covering` makes `rule` redundant (identity is not checked here).
-    static bool covers(const PolicyRule &covering, const PolicyRule &rule);
-
 private:
     // Counts of covering rules sharing class and constraint, per low-8-bit
     // operations mask (few distinct masks occur, so a short list).

@@ -1,5 +1,5 @@
-#include "RedundancyIndex.h"
 #include "RuleManager.h"
+#include "StoreReferenceModel.h"
 #include "StoreTestRules.h"
 
 #include <QRandomGenerator>
@@ -109,7 +109,7 @@ TEST(RuleRedundancyTest, IndexAgreesWithPlainScanOnRandomRulesets)
         for (const PolicyRulePtr &probe : std::as_const(probes)) {
             const QString key = RuleManager::applicationGroupIdentityForRule(*probe);
             const bool expected = manager.policyRulesByApplication().contains(key) &&
-                                  RedundancyIndex::scanGroup(manager.policyRulesByApplication()[key], *probe);
+                                  plainlyRedundant(manager.policyRulesByApplication()[key], *probe);
             ASSERT_EQ(manager.isRedundant(probe), expected)
                 << "seed " << seed << ": " << qPrintable(probe->description()) << " constraint "
                 << (probe->constraint().isNull() ? "absent" : qPrintable(probe->constraint()));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "RedundancyIndex.h"
 #include "RuleManager.h"
 
 #include <QMap>
@@ -11,6 +10,27 @@
 // itself breaking ties), members in insertion order; a filter keeps the rules
 // whose path, process or (policy rules only) tag holds the needle, folding
 // case one UTF-16 unit at a time.
+// Redundancy read plainly: another rule of the group, of the same class and
+// present constraint, allows at least the rule's low eight operation bits and
+// reaches its path, everywhere when on "any" or "", as a prefix rule on the
+// paths that begin with its own.
+inline bool plainlyRedundant(const QList<PolicyRulePtr> &group, const PolicyRule &rule)
+{
+    return std::any_of(group.cbegin(), group.cend(), [&rule](const PolicyRulePtr &member) {
+        if (!member || member.get() == &rule)
+            return false;
+        const QStringView prefix = member->pathView();
+        if (prefix.isNull() || member->sharedConstraint().isNull() ||
+            member->sharedConstraint() != rule.sharedConstraint() ||
+            member->policyClass != rule.policyClass || ((rule.operations & 0xFF) & ~member->operations) != 0)
+            return false;
+        if (prefix.isEmpty() || prefix == u"any")
+            return true;
+        return member->policyType == PolicyType::Prefix && !rule.pathView().isNull() &&
+               rule.pathView().startsWith(prefix);
+    });
+}
+
 class StoreReferenceModel
 {
 public:
@@ -56,7 +76,7 @@ public:
     bool isRedundant(const PolicyRule &rule) const
     {
         const auto group = m_groups.constFind(RuleManager::applicationGroupIdentityForRule(rule));
-        return group != m_groups.cend() && RedundancyIndex::scanGroup(*group, rule);
+        return group != m_groups.cend() && plainlyRedundant(*group, rule);
     }
 
     // What the writer puts in a file: every user rule's line, whatever the filter.
