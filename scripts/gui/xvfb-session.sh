@@ -16,8 +16,11 @@ cleanup() {
 trap cleanup EXIT
 
 # Xvfb picks a free display itself and writes its number once it accepts clients.
+# Without -noreset it resets whenever its last client leaves (the
+# accessibility bus launcher connects only to publish its address), and a
+# client that connects during the reset is refused.
 exec 3>"$RUNTIME/display"
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$RUNTIME/xvfb.log" 2>&1 &
+Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset >"$RUNTIME/xvfb.log" 2>&1 &
 XVFB_PID=$!
 exec 3>&-
 for _ in $(seq 1 100); do
