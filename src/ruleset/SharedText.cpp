@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QMutex>
+#include <array>
 #include <atomic>
 #include <vector>
 
@@ -13,8 +14,10 @@ constexpr quint32 kBlockCount = 1u << 16;
 constinit std::atomic<QString *> blocks[kBlockCount] = {};
 
 // Texts lie in fixed blocks that never move, so a text is read by its number
-// without the lock: whoever holds a number got it, directly or through the
-// rule that carries it, after the text was stored.
+// without a lock: whoever holds a number got it, directly or through the rule
+// that carries it, after the text was stored. Numbers are found in shards
+// chosen by hash, each with its own lock: both threads of a read name many new
+// texts at once.
 class TextTable
 {
 public:
@@ -32,18 +35,19 @@ public:
         if (text.isNull())
             return kNullId;
         const auto hash = quint32(qHash(text));
-        QMutexLocker locker(&m_lock);
-        const std::size_t mask = m_slots.size() - 1;
+        Shard &shard = m_shards[hash >> (32 - kShardBits)];
+        QMutexLocker locker(&shard.lock);
+        const std::size_t mask = shard.entries.size() - 1;
         std::size_t at = hash & mask;
-        for (; m_slots[at].id != kNullId; at = (at + 1) & mask) {
+        for (; shard.entries[at].id != kNullId; at = (at + 1) & mask) {
             // Stored texts are compared only when their hashes agree: each lies in a block of its own.
-            if (m_slots[at].hash == hash && this->text(m_slots[at].id) == text)
-                return m_slots[at].id;
+            if (shard.entries[at].hash == hash && this->text(shard.entries[at].id) == text)
+                return shard.entries[at].id;
         }
         const quint32 id = store(text);
-        m_slots[at] = {id, hash};
-        if (++m_slotsUsed * 2 > m_slots.size())
-            grow();
+        shard.entries[at] = {id, hash};
+        if (++shard.used * 2 > shard.entries.size())
+            shard.grow();
         return id;
     }
 
@@ -53,49 +57,61 @@ public:
     }
 
 private:
+    static constexpr int kShardBits = 4;
+
     struct Slot
     {
         quint32 id = kNullId;
         quint32 hash = 0; // where the id is placed, and a first test before the texts are compared
     };
 
-    quint32 store(const QString &text)
-    {
-        const quint32 id = m_count;
-        Q_ASSERT(id / kBlockSize < kBlockCount);
-        QString *block = blocks[id / kBlockSize].load(std::memory_order_relaxed);
-        if (!block) {
-            block = new QString[kBlockSize];
-            blocks[id / kBlockSize].store(block, std::memory_order_release);
-        }
-        block[id % kBlockSize] = text;
-        ++m_count;
-        return id;
-    }
-
-    // Ids are placed again by their hashes in a table twice as large.
-    void grow()
-    {
-        std::vector<Slot> slots(m_slots.size() * 2);
-        const std::size_t mask = slots.size() - 1;
-        for (const Slot &slot : m_slots) {
-            if (slot.id == kNullId)
-                continue;
-            std::size_t at = slot.hash & mask;
-            while (slots[at].id != kNullId)
-                at = (at + 1) & mask;
-            slots[at] = slot;
-        }
-        m_slots = std::move(slots);
-    }
-
-    QMutex m_lock;
     // Open addressing over ids and hashes: a text is found by comparing it
     // with the stored one, so no second copy of it serves as a key. The absent
     // text is never placed, so its id marks a free slot.
-    std::vector<Slot> m_slots = std::vector<Slot>(1024);
-    std::size_t m_slotsUsed = 0;
-    quint32 m_count = 0;
+    struct Shard
+    {
+        QMutex lock;
+        std::vector<Slot> entries = std::vector<Slot>(256);
+        std::size_t used = 0;
+
+        // Ids are placed again by their hashes in a table twice as large.
+        void grow()
+        {
+            std::vector<Slot> larger(entries.size() * 2);
+            const std::size_t mask = larger.size() - 1;
+            for (const Slot &slot : entries) {
+                if (slot.id == kNullId)
+                    continue;
+                std::size_t at = slot.hash & mask;
+                while (larger[at].id != kNullId)
+                    at = (at + 1) & mask;
+                larger[at] = slot;
+            }
+            entries = std::move(larger);
+        }
+    };
+
+    // Shards store at once: the number is taken atomically, and a new block
+    // is published by whichever shard gets there first.
+    quint32 store(const QString &text)
+    {
+        const quint32 id = m_count.fetch_add(1, std::memory_order_relaxed);
+        Q_ASSERT(id / kBlockSize < kBlockCount);
+        std::atomic<QString *> &blockPointer = blocks[id / kBlockSize];
+        QString *block = blockPointer.load(std::memory_order_acquire);
+        if (!block) {
+            auto *fresh = new QString[kBlockSize];
+            if (blockPointer.compare_exchange_strong(block, fresh, std::memory_order_acq_rel))
+                block = fresh;
+            else
+                delete[] fresh;
+        }
+        block[id % kBlockSize] = text;
+        return id;
+    }
+
+    std::array<Shard, 1u << kShardBits> m_shards;
+    std::atomic<quint32> m_count = 0;
 };
 
 // Never destroyed: rules held by other static objects may still ask for their
