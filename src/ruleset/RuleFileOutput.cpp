@@ -70,14 +70,20 @@ bool RuleFileOutput::waitUntilOpen()
     return m_fd >= 0;
 }
 
+template <typename Full>
+bool RuleFileOutput::appendLine(RuleLineEncoder &encoder, Batch &batch, const NVCRuleBase &rule, Full full)
+{
+    if (!encoder.append(batch.bytes, rule))
+        return false;
+    batch.lineEnds.push_back(batch.bytes.size());
+    if (batch.bytes.size() >= kBatchSize)
+        full(batch);
+    return true;
+}
+
 bool RuleFileOutput::write(const NVCRuleBase &rule)
 {
-    if (!m_encoder.append(m_filling.bytes, rule))
-        return false;
-    m_filling.lineEnds.push_back(m_filling.bytes.size());
-    if (m_filling.bytes.size() >= kBatchSize)
-        hand(m_filling);
-    return true;
+    return appendLine(m_encoder, m_filling, rule, [this](Batch &batch) { hand(batch); });
 }
 
 template <typename Full>
@@ -92,11 +98,8 @@ void RuleFileOutput::encodeUserRules(const QList<PolicyRulePtr> &rules, qsizetyp
         if (i + distance / 2 < to && rules[i + distance / 2])
             prefetchRuleData(rules[i + distance / 2]->pathView().data());
         const PolicyRulePtr &rule = rules[i];
-        if (!rule || rule->system || !encoder.append(batch.bytes, *rule))
-            continue;
-        batch.lineEnds.push_back(batch.bytes.size());
-        if (batch.bytes.size() >= kBatchSize)
-            full(batch);
+        if (rule && !rule->system)
+            appendLine(encoder, batch, *rule, full);
     }
 }
 
@@ -109,7 +112,7 @@ void RuleFileOutput::writeUserRules(const QList<PolicyRulePtr> &rules)
     // The helper encodes every odd run into batches of its own and hands them
     // over whole; it works one run ahead of this thread at most.
     std::mutex mutex;
-    std::condition_variable ready;
+    std::condition_variable_any ready;
     std::vector<Batch> helperBatches;
     qsizetype helperRun = -1; // the run whose batches wait in helperBatches
     qsizetype takenRun = -1;
@@ -128,7 +131,8 @@ void RuleFileOutput::writeUserRules(const QList<PolicyRulePtr> &rules)
                     encodeUserRules(rules, runStart(run), runStart(run + 1), encoder, filling, keepFull);
                     keepFull(filling);
                     std::unique_lock lock(mutex);
-                    ready.wait(lock, [&] { return takenRun == run - 2 || stop.stop_requested(); });
+                    if (!ready.wait(lock, stop, [&] { return takenRun == run - 2; }))
+                        return; // this thread is leaving without the rest
                     helperBatches = std::move(batches);
                     helperRun = run;
                     ready.notify_all();
