@@ -314,8 +314,9 @@ RedundancyIndex::GroupOfTexts &RedundancyIndex::groupOf(const Store &store, cons
     auto known = m_groupsByTexts.constFind(texts);
     // A screenful of rows meets a few groups, a scan of the whole table all of them.
     constexpr int kIdentitiesBeforeListing = 64;
-    if (known == m_groupsByTexts.cend() && m_identitiesComposed == kIdentitiesBeforeListing) {
-        ++m_identitiesComposed;
+    if (known == m_groupsByTexts.cend() && !m_everyGroupListed &&
+        m_identitiesComposed >= kIdentitiesBeforeListing) {
+        m_everyGroupListed = true;
         listEveryGroup(store);
         known = m_groupsByTexts.constFind(texts);
     }
@@ -325,8 +326,7 @@ RedundancyIndex::GroupOfTexts &RedundancyIndex::groupOf(const Store &store, cons
     }
     // A rule whose texts differ from those its group was listed under, or
     // one of a group not stored: the group's identity decides.
-    if (m_identitiesComposed < kIdentitiesBeforeListing)
-        ++m_identitiesComposed;
+    ++m_identitiesComposed;
     const auto stored = store.constFind(RuleManager::applicationGroupIdentityForRule(rule));
     m_lastGroup = &addGroup(texts, stored != store.cend() ? &stored.value() : nullptr);
     return *m_lastGroup;

@@ -105,4 +105,5 @@ private:
     // Rows are asked about group by group: the last answer is tried first.
     GroupOfTexts *m_lastGroup = nullptr;
     int m_identitiesComposed = 0;
+    bool m_everyGroupListed = false;
 };
