@@ -1,13 +1,12 @@
 #include "RecordArena.h"
 
+#include "RuleText.h"
+
 #include <QDateTime>
 #include <algorithm>
 #include <cstddef>
 #include <new>
 #include <vector>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -87,30 +86,6 @@ private:
     qsizetype m_left = 0;
 };
 
-// Paths are nearly always ASCII, which is widened here sixteen bytes at a
-// time. False, with `out` partly written, at the first byte that is not.
-bool widenAscii(QByteArrayView bytes, char16_t *out)
-{
-    const char *in = bytes.data();
-    const char *const end = in + bytes.size();
-#if defined(__SSE2__)
-    const __m128i zero = _mm_setzero_si128();
-    for (; end - in >= 16; in += 16, out += 16) {
-        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
-        if (_mm_movemask_epi8(chunk) != 0)
-            return false;
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_unpacklo_epi8(chunk, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 8), _mm_unpackhi_epi8(chunk, zero));
-    }
-#endif
-    for (; in < end; ++in, ++out) {
-        if (uchar(*in) >= 0x80)
-            return false;
-        *out = char16_t(uchar(*in));
-    }
-    return true;
-}
-
 } // namespace
 
 struct RecordArena::Blocks
@@ -141,7 +116,7 @@ QStringView RecordArena::keepText(QByteArrayView utf8, QStringDecoder &decoder)
 {
     char16_t *start = m_blocks->texts.space(decoder.requiredSpace(utf8.size()));
     qsizetype units = utf8.size();
-    if (!widenAscii(utf8, start))
+    if (!RuleText::widenAscii(utf8, start))
         units = reinterpret_cast<char16_t *>(decoder.appendToBuffer(reinterpret_cast<QChar *>(start), utf8)) -
                 start;
     m_blocks->texts.take(units);

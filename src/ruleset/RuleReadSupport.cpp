@@ -12,28 +12,16 @@ namespace {
 constexpr std::size_t kInitialTextSlots = 64;
 constexpr std::size_t kKeyBlockBytes = 64 * 1024;
 
-bool isAscii(QByteArrayView bytes)
-{
-    const char *at = bytes.data();
-    const char *const end = at + bytes.size();
-    constexpr quint64 highBits = 0x8080808080808080ULL;
-    for (; end - at >= 8; at += 8) {
-        quint64 word;
-        std::memcpy(&word, at, sizeof word);
-        if (word & highBits)
-            return false;
-    }
-    return std::all_of(at, end, [](char c) { return uchar(c) < 0x80; });
-}
-
 } // namespace
 
 QString Utf8TextPool::decode(QByteArrayView utf8)
 {
     if (utf8.isEmpty())
         return RuleText::emptyText();
-    // ASCII reads the same as Latin-1, whose conversion skips the decoder's checks.
-    return isAscii(utf8) ? QString::fromLatin1(utf8) : QString(m_decoder.decode(utf8));
+    QString text(utf8.size(), Qt::Uninitialized);
+    if (RuleText::widenAscii(utf8, reinterpret_cast<char16_t *>(text.data())))
+        return text;
+    return m_decoder.decode(utf8);
 }
 
 void Utf8TextPool::setPath(NVCRuleBase &rule, QByteArrayView utf8, RecordArena &records)

@@ -86,6 +86,28 @@ qint64 leadingInteger(QByteArrayView text)
     return leadingIntegerOf(text);
 }
 
+bool widenAscii(QByteArrayView utf8, char16_t *out)
+{
+    const char *in = utf8.data();
+    const char *const end = in + utf8.size();
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    for (; end - in >= 16; in += 16, out += 16) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
+        if (_mm_movemask_epi8(chunk) != 0)
+            return false;
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_unpacklo_epi8(chunk, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 8), _mm_unpackhi_epi8(chunk, zero));
+    }
+#endif
+    for (; in < end; ++in, ++out) {
+        if (uchar(*in) >= 0x80)
+            return false;
+        *out = char16_t(uchar(*in));
+    }
+    return true;
+}
+
 QString caseFolded(const QString &text)
 {
     const char16_t *units = QStringView(text).utf16();

@@ -24,6 +24,11 @@ inline QString orNullMarker(const QString &text)
 // A null path stays null.
 QString directoryOfPath(const QString &path);
 
+// UTF-8 that is all ASCII, widened to UTF-16 at `out` (room for as many units
+// as bytes), sixteen bytes at a time. False, with `out` partly written, at the
+// first byte that is not ASCII: such text is for a real decoder.
+bool widenAscii(QByteArrayView utf8, char16_t *out);
+
 // QString::toCaseFolded, without its Unicode tables for ASCII text, which
 // folds by lowering A to Z alone; text without capitals comes back shared.
 QString caseFolded(const QString &text);
