@@ -37,4 +37,3 @@ bool RuleManager::validateRule(const NVCRuleBase &rule) const
         << QStringLiteral("Successfully validated syntax for rule %1").arg(rule.description());
     return true;
 }
-
