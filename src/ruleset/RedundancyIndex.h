@@ -1,22 +1,23 @@
 #pragma once
 
+#include "GroupCoverIndex.h"
 #include "PolicyRule.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
-#include <QVarLengthArray>
 #include <deque>
 #include <optional>
-#include <string>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
-// Answers "does another rule of the group cover this one" without scanning the
-// group: the table asks for every visible row, and a group can hold tens of
-// thousands of rules. Groups are indexed lazily on first query. The index holds
-// raw rule pointers and copies of their fields, so the owner must drop it
-// whenever the store changes.
+// Answers "does another rule of the group cover this one" for the table, which
+// asks about every row it shows, group by group; a group can hold tens of
+// thousands of rules. Every member of a group is answered when the group is
+// first asked about: a small group by scanning its few coverers, a large one
+// by its own index. The answers hold raw rule pointers and copies of their
+// fields, so the owner must drop them whenever the store changes.
 class RedundancyIndex
 {
 public:
@@ -25,45 +26,6 @@ public:
     bool isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
 private:
-    // Counts of covering rules sharing class and constraint, per low-8-bit
-    // operations mask (few distinct masks occur, so a short list).
-    struct Bucket
-    {
-        quint32 policyClass = 0;
-        SharedText constraint;
-        QVarLengthArray<std::pair<quint8, int>, 2> masks;
-
-        void add(quint8 mask);
-        int coveringCount(quint8 mask) const;
-    };
-    using BucketList = QVarLengthArray<Bucket, 1>;
-
-    struct PrefixPath
-    {
-        quint32 start; // of the path in the group's path text
-        quint32 length;
-        int parent = -1; // longest other indexed path that is a prefix of this one
-        BucketList buckets;
-    };
-
-    struct GroupIndex
-    {
-        BucketList wholeScope;                   // rules on "any" or ""
-        std::vector<PrefixPath> prefix;          // prefix rules, sorted by path
-        std::vector<const PolicyRule *> members; // indexed rules, sorted by address
-        // The prefix paths side by side: searching them stays within one block
-        // instead of visiting each rule's own text.
-        std::u16string pathText;
-
-        explicit GroupIndex(const QList<PolicyRulePtr> &group);
-        bool isRedundant(const PolicyRule &rule) const;
-
-    private:
-        int selfCount(const PolicyRule &rule) const;
-        QStringView pathOf(const PrefixPath &entry) const;
-        int longestPrefixOf(QStringView path) const;
-    };
-
     // What a small group's scan needs of a rule that can cover others, side by side.
     struct Coverer
     {
@@ -75,7 +37,7 @@ private:
         quint8 mask;
         bool wholeScope; // otherwise a prefix rule
     };
-    static bool scanCoverers(const std::vector<Coverer> &coverers, const PolicyRule &rule);
+    static bool scanCoverers(std::span<const Coverer> coverers, const PolicyRule &rule);
 
     // A group's rules share their process and constraint texts, so the group
     // found for one pair of texts is remembered.
@@ -84,22 +46,38 @@ private:
         SharedText processName;
         SharedText constraint;
         const QList<PolicyRulePtr> *group = nullptr; // none when the store lacks the group
-        // Made when the group is first asked about: an index for a group too
-        // large to scan on every question, the coverers for a smaller one.
-        const GroupIndex *index = nullptr;
-        std::optional<std::vector<Coverer>> coverers;
+        // Made when the group is first asked about, with every member's
+        // answer: an index for a group too large to scan on every question,
+        // the coverers for a smaller one, whose answers are in m_answers.
+        GroupCoverIndex *index = nullptr;
+        std::size_t firstCoverer = 0;
+        std::size_t covererCount = 0;
+        std::size_t firstAnswer = std::size_t(-1);
+        // Rows come in the group's own order: the member after the last one
+        // asked about is tried first.
+        qsizetype nextPosition = 0;
 
+        bool answered() const { return index || firstAnswer != std::size_t(-1); }
+        bool isNext(const PolicyRule &rule) const;
         bool holdsTextsOf(const PolicyRule &rule) const;
     };
     using Store = QHash<QString, QList<PolicyRulePtr>>;
     GroupOfTexts &groupOf(const Store &store, const PolicyRule &rule);
+    void answerMembers(GroupOfTexts &found);
+    std::span<const Coverer> coverersOf(const GroupOfTexts &found) const;
+    std::optional<qsizetype> positionInGroup(GroupOfTexts &found, const PolicyRule &rule) const;
+    bool answerAt(GroupOfTexts &found, qsizetype position);
     GroupOfTexts &addGroup(std::pair<SharedText, SharedText> texts, const QList<PolicyRulePtr> *group);
     // Every stored group under the texts of its first rule: when many rows are
     // asked about, this costs less than composing each group's identity.
     void listEveryGroup(const Store &store);
 
     // Groups are told apart by address, which spares hashing the long group key twice.
-    std::unordered_map<const QList<PolicyRulePtr> *, GroupIndex> m_groups;
+    std::unordered_map<const QList<PolicyRulePtr> *, GroupCoverIndex> m_groups;
+    // The coverers of every small group asked about, side by side: a list
+    // each would cost an allocation for every group.
+    std::vector<Coverer> m_coverers;
+    std::vector<bool> m_answers;
     std::deque<GroupOfTexts> m_groupsFound; // never moved, so pointers to them hold
     QHash<std::pair<SharedText, SharedText>, GroupOfTexts *> m_groupsByTexts;
     // Rows are asked about group by group: the last answer is tried first.

@@ -69,10 +69,14 @@ public:
         // Half the rules fall into a few large groups, half into many small ones.
         const QString process =
             processes[pick(processes.size())] + (pick(2) == 0 ? QString() : QString::number(pick(300)));
-        auto rule = policyRule(
-            pick(3) == 2 ? PolicyClass::Invalid : quint32(pick(2)), quint32(pick(4)),
-            pathPick == paths.size() ? QString() : paths[pathPick], process, quint32(m_random.bounded(1024)),
-            constraintPick == constraints.size() ? QString() : constraints[constraintPick]);
+        QString path = pathPick == paths.size() ? QString() : paths[pathPick];
+        // Paths of their own too, as most paths of a real group are.
+        if (!path.isNull() && pick(2) == 0)
+            path += QString::number(pick(500));
+        auto rule =
+            policyRule(pick(3) == 2 ? PolicyClass::Invalid : quint32(pick(2)), quint32(pick(4)), path,
+                       process, quint32(m_random.bounded(1024)),
+                       constraintPick == constraints.size() ? QString() : constraints[constraintPick]);
         if (rule->policyType == 3)
             rule->policyType = PolicyType::Invalid;
         return rule;
