@@ -73,28 +73,28 @@ GroupCoverIndex::Question GroupCoverIndex::Question::of(const PolicyRule &rule)
             rule.policyType == PolicyType::Prefix};
 }
 
-GroupCoverIndex::GroupCoverIndex(const QList<PolicyRulePtr> &group)
+GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
     : m_group(group)
-    , m_answers(std::size_t(group.size()), false)
+    , m_answers(group.size(), false)
 {
     // Members with a path, to be put in path order; the others can only be
     // covered by whole-scope rules.
     std::vector<Question> questions;
     std::vector<qsizetype> positions;
     std::vector<std::pair<Question, qsizetype>> pathless;
-    questions.reserve(std::size_t(group.size()));
-    positions.reserve(std::size_t(group.size()));
+    questions.reserve(group.size());
+    positions.reserve(group.size());
     std::size_t units = 0;
     std::size_t prefixRules = 0;
-    constexpr qsizetype distance = 8;
-    for (qsizetype i = 0; i < group.size(); ++i) {
+    constexpr std::size_t distance = 8;
+    for (std::size_t i = 0; i < group.size(); ++i) {
         if (i + distance < group.size() && group[i + distance])
             prefetchRuleData(group[i + distance].get());
         if (!group[i])
             continue;
         const Question question = Question::of(*group[i]);
         if (question.path.isNull()) {
-            pathless.emplace_back(question, i);
+            pathless.emplace_back(question, qsizetype(i));
             continue;
         }
         if (!question.constraint.isNull()) {
@@ -105,7 +105,7 @@ GroupCoverIndex::GroupCoverIndex(const QList<PolicyRulePtr> &group)
         }
         units += std::size_t(question.path.size());
         questions.push_back(question);
-        positions.push_back(i);
+        positions.push_back(qsizetype(i));
     }
     for (const auto &[question, position] : pathless)
         m_answers[std::size_t(position)] = isCovered(question, -1, 0);
@@ -189,10 +189,10 @@ std::optional<qsizetype> GroupCoverIndex::positionOf(const PolicyRule &rule)
 {
     if (!m_byAddress) {
         auto &members = m_byAddress.emplace();
-        members.reserve(std::size_t(m_group.size()));
-        for (qsizetype i = 0; i < m_group.size(); ++i) {
+        members.reserve(m_group.size());
+        for (std::size_t i = 0; i < m_group.size(); ++i) {
             if (m_group[i])
-                members.emplace_back(m_group[i].get(), i);
+                members.emplace_back(m_group[i].get(), qsizetype(i));
         }
         std::sort(members.begin(), members.end());
     }

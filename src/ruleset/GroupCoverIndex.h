@@ -19,7 +19,7 @@
 class GroupCoverIndex
 {
 public:
-    explicit GroupCoverIndex(const QList<PolicyRulePtr> &group);
+    explicit GroupCoverIndex(std::span<const PolicyRulePtr> group);
 
     bool answerAt(qsizetype position) const { return m_answers[std::size_t(position)]; }
     // Where the rule is in the group, if it is a member.
@@ -72,7 +72,7 @@ private:
     // From the greatest indexed path not after `path`, down its chain of prefixes.
     int longestPrefixFrom(int candidate, QStringView path) const;
 
-    const QList<PolicyRulePtr> &m_group;
+    std::span<const PolicyRulePtr> m_group;
     BucketList m_wholeScope;          // rules on "any" or ""
     std::vector<PrefixPath> m_prefix; // prefix rules, sorted by path
     // The prefix paths side by side: searching them stays within one block

@@ -28,9 +28,9 @@ bool RedundancyIndex::scanCoverers(std::span<const Coverer> coverers, const Poli
 
 void RedundancyIndex::answerMembers(GroupOfTexts &found)
 {
-    const QList<PolicyRulePtr> &group = *found.group;
+    const std::span<const PolicyRulePtr> group = found.members;
     // Scanning a few rules costs less than indexing them.
-    constexpr qsizetype kLargestScannedGroup = 64;
+    constexpr std::size_t kLargestScannedGroup = 64;
     if (group.size() > kLargestScannedGroup) {
         found.index = &m_groups.try_emplace(found.group, group).first->second;
         return;
@@ -43,9 +43,13 @@ void RedundancyIndex::answerMembers(GroupOfTexts &found)
     }
     const std::size_t first = m_coverers.size();
     for (const PolicyRulePtr &member : group) {
-        if (!member || !canCover(*member))
+        if (!member)
             continue;
         const QStringView path = member->pathView();
+        if (!path.isEmpty())
+            prefetchRuleData(path.utf16()); // read by the scan below
+        if (!canCover(*member))
+            continue;
         const bool wholeScope = isWholeScopePath(path);
         if (wholeScope || member->policyType == PolicyType::Prefix)
             m_coverers.push_back({member.get(), path.utf16(), quint32(path.size()), member->policyClass,
@@ -70,10 +74,9 @@ std::optional<qsizetype> RedundancyIndex::positionInGroup(GroupOfTexts &found, c
         return found.nextPosition;
     if (found.index)
         return found.index->positionOf(rule);
-    const QList<PolicyRulePtr> &group = *found.group;
-    const auto at = std::find_if(group.cbegin(), group.cend(),
+    const auto at = std::find_if(found.members.begin(), found.members.end(),
                                  [&rule](const PolicyRulePtr &member) { return member.get() == &rule; });
-    return at != group.cend() ? std::optional(at - group.cbegin()) : std::nullopt;
+    return at != found.members.end() ? std::optional(at - found.members.begin()) : std::nullopt;
 }
 
 bool RedundancyIndex::answerAt(GroupOfTexts &found, qsizetype position)
@@ -102,7 +105,7 @@ bool RedundancyIndex::isRedundant(const Store &store, const PolicyRule &rule)
 
 bool RedundancyIndex::GroupOfTexts::isNext(const PolicyRule &rule) const
 {
-    return nextPosition < group->size() && (*group)[nextPosition].get() == &rule;
+    return std::size_t(nextPosition) < members.size() && members[std::size_t(nextPosition)].get() == &rule;
 }
 
 bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const
@@ -117,6 +120,8 @@ RedundancyIndex::GroupOfTexts &RedundancyIndex::addGroup(std::pair<SharedText, S
     added.processName = texts.first;
     added.constraint = texts.second;
     added.group = group;
+    if (group)
+        added.members = std::span(group->constData(), std::size_t(group->size()));
     m_groupsByTexts.insert(texts, &added);
     return added;
 }
@@ -124,15 +129,24 @@ RedundancyIndex::GroupOfTexts &RedundancyIndex::addGroup(std::pair<SharedText, S
 void RedundancyIndex::listEveryGroup(const Store &store)
 {
     m_groupsByTexts.reserve(m_groupsByTexts.size() + store.size());
-    constexpr int distance = 8;
-    auto ahead = store.cbegin();
-    for (int i = 0; i < distance && ahead != store.cend(); ++i)
-        ++ahead;
+    // Two steps ahead: a group's list of rules is fetched first, its first
+    // rule once the list has arrived.
+    auto listAhead = store.cbegin();
+    auto ruleAhead = store.cbegin();
+    for (int i = 0; i < 16 && listAhead != store.cend(); ++i, ++listAhead) {
+        if (i < 8)
+            ++ruleAhead;
+    }
     for (auto group = store.cbegin(); group != store.cend(); ++group) {
-        if (ahead != store.cend()) {
-            if (!ahead->isEmpty() && ahead->constFirst())
-                prefetchRuleData(ahead->constFirst().get());
-            ++ahead;
+        if (listAhead != store.cend()) {
+            if (!listAhead->isEmpty())
+                prefetchRuleData(listAhead->constData());
+            ++listAhead;
+        }
+        if (ruleAhead != store.cend()) {
+            if (!ruleAhead->isEmpty() && ruleAhead->constFirst())
+                prefetchRuleData(ruleAhead->constFirst().get());
+            ++ruleAhead;
         }
         const auto first =
             std::find_if(group->cbegin(), group->cend(), [](const auto &rule) { return rule; });

@@ -46,6 +46,9 @@ private:
         SharedText processName;
         SharedText constraint;
         const QList<PolicyRulePtr> *group = nullptr; // none when the store lacks the group
+        // The group's rules, taken when the group is found: the store's entry
+        // for it is not visited again.
+        std::span<const PolicyRulePtr> members;
         // Made when the group is first asked about, with every member's
         // answer: an index for a group too large to scan on every question,
         // the coverers for a smaller one, whose answers are in m_answers.
