@@ -63,9 +63,10 @@ int GroupCoverIndex::Bucket::coveringCount(quint8 mask) const
     return count;
 }
 
-GroupCoverIndex::Question GroupCoverIndex::Question::of(const PolicyRule &rule)
+GroupCoverIndex::Question GroupCoverIndex::Question::of(const PolicyRule &rule, quint32 position)
 {
     return {&rule,
+            position,
             rule.pathView(),
             rule.sharedConstraint(),
             rule.policyClass,
@@ -80,10 +81,8 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
     // Members with a path, to be put in path order; the others can only be
     // covered by whole-scope rules.
     std::vector<Question> questions;
-    std::vector<qsizetype> positions;
-    std::vector<std::pair<Question, qsizetype>> pathless;
+    std::vector<Question> pathless;
     questions.reserve(group.size());
-    positions.reserve(group.size());
     std::size_t units = 0;
     std::size_t prefixRules = 0;
     constexpr std::size_t distance = 8;
@@ -92,9 +91,9 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
             prefetchRuleData(group[i + distance].get());
         if (!group[i])
             continue;
-        const Question question = Question::of(*group[i]);
+        const Question question = Question::of(*group[i], quint32(i));
         if (question.path.isNull()) {
-            pathless.emplace_back(question, qsizetype(i));
+            pathless.push_back(question);
             continue;
         }
         if (!question.constraint.isNull()) {
@@ -105,10 +104,9 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
         }
         units += std::size_t(question.path.size());
         questions.push_back(question);
-        positions.push_back(qsizetype(i));
     }
-    for (const auto &[question, position] : pathless)
-        m_answers[std::size_t(position)] = isCovered(question, -1, 0);
+    for (const Question &question : pathless)
+        m_answers[question.position] = isCovered(question, -1, 0);
 
     // The paths are read into one block once: sorting reads each of them many
     // times, and the records lie scattered over the heap.
@@ -122,29 +120,38 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
         question.path = QStringView(pathCopies.data() + start, question.path.size());
         paths.push_back(question.path);
     }
-    const std::vector<std::size_t> order = codeUnitOrder(paths);
+    // Laid out again in path order, texts too, for the sweep to read in turn.
+    std::vector<Question> sorted;
+    sorted.reserve(questions.size());
+    std::u16string sortedPaths;
+    sortedPaths.reserve(units);
+    for (const std::size_t at : codeUnitOrder(paths)) {
+        Question question = questions[at];
+        const std::size_t start = sortedPaths.size();
+        sortedPaths.append(question.path.utf16(), std::size_t(question.path.size()));
+        question.path = QStringView(sortedPaths.data() + start, question.path.size());
+        sorted.push_back(question);
+    }
 
     // Run by run of equal paths: a run's prefix rules are indexed before its
     // members are answered, and every path indexed so far sorts before it.
     m_prefix.reserve(prefixRules);
     std::vector<int> chain;
-    for (std::size_t first = 0; first < order.size();) {
-        const QStringView path = questions[order[first]].path;
+    for (std::size_t first = 0; first < sorted.size();) {
         std::size_t end = first + 1;
-        while (end < order.size() && sameUnits(questions[order[end]].path, path))
+        while (end < sorted.size() && sameUnits(sorted[end].path, sorted[first].path))
             ++end;
-        const Run run(order.data() + first, end - first);
-        indexRun(questions, run, chain);
-        answerRun(questions, positions, run);
+        const Run run(sorted.data() + first, end - first);
+        indexRun(run, chain);
+        answerRun(run);
         first = end;
     }
 }
 
-void GroupCoverIndex::indexRun(const std::vector<Question> &questions, Run run, std::vector<int> &chain)
+void GroupCoverIndex::indexRun(Run run, std::vector<int> &chain)
 {
     int entry = -1;
-    for (const std::size_t at : run) {
-        const Question &rule = questions[at];
+    for (const Question &rule : run) {
         if (!rule.prefixRule || rule.constraint.isNull() || isWholeScopePath(rule.path))
             continue;
         if (entry < 0) {
@@ -164,24 +171,23 @@ void GroupCoverIndex::indexRun(const std::vector<Question> &questions, Run run, 
     }
 }
 
-void GroupCoverIndex::answerRun(const std::vector<Question> &questions,
-                                const std::vector<qsizetype> &positions, Run run)
+void GroupCoverIndex::answerRun(Run run)
 {
-    const int longest = longestPrefixFrom(int(m_prefix.size()) - 1, questions[run.front()].path);
+    const int longest = longestPrefixFrom(int(m_prefix.size()) - 1, run.front().path);
     if (run.size() == 1) {
-        m_answers[std::size_t(positions[run.front()])] = isCovered(questions[run.front()], longest, 1);
+        m_answers[std::size_t(run.front().position)] = isCovered(run.front(), longest, 1);
         return;
     }
     // A rule listed twice in the group counts as a coverer twice, and covers
     // neither of its own appearances.
     std::vector<const PolicyRule *> rules;
     rules.reserve(run.size());
-    for (const std::size_t at : run)
-        rules.push_back(questions[at].rule);
+    for (const Question &question : run)
+        rules.push_back(question.rule);
     std::sort(rules.begin(), rules.end());
-    for (const std::size_t at : run) {
-        const auto [first, last] = std::equal_range(rules.cbegin(), rules.cend(), questions[at].rule);
-        m_answers[std::size_t(positions[at])] = isCovered(questions[at], longest, int(last - first));
+    for (const Question &question : run) {
+        const auto [first, last] = std::equal_range(rules.cbegin(), rules.cend(), question.rule);
+        m_answers[std::size_t(question.position)] = isCovered(question, longest, int(last - first));
     }
 }
 
@@ -206,7 +212,7 @@ std::optional<qsizetype> GroupCoverIndex::positionOf(const PolicyRule &rule)
 
 bool GroupCoverIndex::coversOutsider(const PolicyRule &rule) const
 {
-    const Question question = Question::of(rule);
+    const Question question = Question::of(rule, 0);
     return isCovered(question, question.path.isNull() ? -1 : longestPrefixOf(question.path), 0);
 }
 

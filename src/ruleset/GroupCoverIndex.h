@@ -53,18 +53,19 @@ private:
     struct Question
     {
         const PolicyRule *rule;
+        quint32 position; // in the group
         QStringView path;
         SharedText constraint;
         quint32 policyClass;
         quint8 mask;
         bool prefixRule;
 
-        static Question of(const PolicyRule &rule);
+        static Question of(const PolicyRule &rule, quint32 position);
     };
-    using Run = std::span<const std::size_t>; // members on one path, as positions in the questions
+    using Run = std::span<const Question>; // members on one path
 
-    void indexRun(const std::vector<Question> &questions, Run run, std::vector<int> &chain);
-    void answerRun(const std::vector<Question> &questions, const std::vector<qsizetype> &positions, Run run);
+    void indexRun(Run run, std::vector<int> &chain);
+    void answerRun(Run run);
     // `appearances`: how often the asked rule itself is among the coverers counted.
     bool isCovered(const Question &question, int longestPrefix, int appearances) const;
     QStringView pathOf(const PrefixPath &entry) const;
