@@ -20,6 +20,11 @@ bool unitLess(QStringView a, QStringView b)
     return a.size() < b.size();
 }
 
+bool startsWith(QStringView path, QStringView prefix)
+{
+    return prefix.size() <= path.size() && commonPrefixLength(path, prefix) == prefix.size();
+}
+
 template <typename List>
 auto findBucket(List &list, quint32 policyClass, SharedText constraint) -> decltype(list.data())
 {
@@ -157,7 +162,7 @@ void GroupCoverIndex::indexRun(Run run, std::vector<int> &chain)
         if (entry < 0) {
             // The chain holds the prefixes of the path indexed last, and with
             // them every indexed prefix of this one.
-            while (!chain.empty() && !rule.path.startsWith(pathOf(m_prefix[std::size_t(chain.back())])))
+            while (!chain.empty() && !startsWith(rule.path, pathOf(m_prefix[std::size_t(chain.back())])))
                 chain.pop_back();
             entry = int(m_prefix.size());
             m_prefix.push_back({quint32(m_pathText.size()),

@@ -79,7 +79,7 @@ std::optional<qsizetype> RedundancyIndex::positionInGroup(GroupOfTexts &found, c
     return at != found.members.end() ? std::optional(at - found.members.begin()) : std::nullopt;
 }
 
-bool RedundancyIndex::answerAt(GroupOfTexts &found, qsizetype position)
+inline bool RedundancyIndex::answerAt(GroupOfTexts &found, qsizetype position)
 {
     found.nextPosition = position + 1;
     return found.index ? found.index->answerAt(position)
@@ -101,11 +101,6 @@ bool RedundancyIndex::isRedundant(const Store &store, const PolicyRule &rule)
         return answerAt(found, *position);
     // A rule outside the store, such as a copy being edited.
     return found.index ? found.index->coversOutsider(rule) : scanCoverers(coverersOf(found), rule);
-}
-
-bool RedundancyIndex::GroupOfTexts::isNext(const PolicyRule &rule) const
-{
-    return std::size_t(nextPosition) < members.size() && members[std::size_t(nextPosition)].get() == &rule;
 }
 
 bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const

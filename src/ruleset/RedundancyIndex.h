@@ -61,7 +61,11 @@ private:
         qsizetype nextPosition = 0;
 
         bool answered() const { return index || firstAnswer != std::size_t(-1); }
-        bool isNext(const PolicyRule &rule) const;
+        bool isNext(const PolicyRule &rule) const
+        {
+            return std::size_t(nextPosition) < members.size() &&
+                   members[std::size_t(nextPosition)].get() == &rule;
+        }
         bool holdsTextsOf(const PolicyRule &rule) const;
     };
     using Store = QHash<QString, QList<PolicyRulePtr>>;
