@@ -70,8 +70,8 @@ bool RuleFileOutput::waitUntilOpen()
     return m_fd >= 0;
 }
 
-template <typename Full>
-bool RuleFileOutput::appendLine(RuleLineEncoder &encoder, Batch &batch, const NVCRuleBase &rule, Full full)
+template <typename Rule, typename Full>
+bool RuleFileOutput::appendLine(RuleLineEncoder &encoder, Batch &batch, const Rule &rule, Full full)
 {
     if (!encoder.append(batch.bytes, rule))
         return false;

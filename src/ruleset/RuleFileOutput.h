@@ -59,8 +59,8 @@ private:
 
     // The rule's line goes to `batch`, which goes to `full` once it is full;
     // false for a record that has no file line.
-    template <typename Full>
-    static bool appendLine(RuleLineEncoder &encoder, Batch &batch, const NVCRuleBase &rule, Full full);
+    template <typename Rule, typename Full>
+    static bool appendLine(RuleLineEncoder &encoder, Batch &batch, const Rule &rule, Full full);
     // The lines of the user's rules in rules[from, to) go to `batch`, and every
     // batch that fills up to `full`.
     template <typename Full>

@@ -72,11 +72,21 @@ char *RuleLineEncoder::appendText(char *at, QStringView text)
 
 bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
 {
-    const auto *policy = dynamic_cast<const PolicyRule *>(&rule);
-    const bool watch = !policy && dynamic_cast<const WatchRule *>(&rule);
-    if (!policy && !watch)
+    const bool policy = dynamic_cast<const PolicyRule *>(&rule);
+    if (!policy && !dynamic_cast<const WatchRule *>(&rule))
         return false;
+    appendLine(out, rule, policy);
+    return true;
+}
 
+bool RuleLineEncoder::append(QByteArray &out, const PolicyRule &rule)
+{
+    appendLine(out, rule, true);
+    return true;
+}
+
+void RuleLineEncoder::appendLine(QByteArray &out, const NVCRuleBase &rule, bool policy)
+{
     constexpr qsizetype fixedPart = 96; // words, letters, quotes, blanks and a 64-bit number
     const qsizetype textLength = rule.pathView().size() + rule.processName().size() + rule.tag().size() +
                                  (policy ? rule.constraint().size() : 0);
@@ -104,5 +114,4 @@ bool RuleLineEncoder::append(QByteArray &out, const NVCRuleBase &rule)
     }
     at = appendAscii(at, "\"\n");
     out.resize(at - out.constData());
-    return true;
 }

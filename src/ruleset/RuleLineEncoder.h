@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NVCRuleBase.h"
+#include "PolicyRule.h"
 
 #include <QByteArray>
 #include <QStringEncoder>
@@ -12,8 +12,11 @@ class RuleLineEncoder
 public:
     // False, appending nothing, for a record that has no file line.
     bool append(QByteArray &out, const NVCRuleBase &rule);
+    // For a rule known to be an allow/deny rule, without asking its class.
+    bool append(QByteArray &out, const PolicyRule &rule);
 
 private:
+    void appendLine(QByteArray &out, const NVCRuleBase &rule, bool policy);
     char *appendText(char *at, QStringView text);
 
     // Stateless: a lone surrogate at a field's end becomes its replacement

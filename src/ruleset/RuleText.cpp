@@ -292,7 +292,7 @@ static std::array<QString, (1u << Count)> letterTable(const char16_t (&alphabet)
 }
 
 // Written once per rule line, so the texts are built once and shared.
-QString operationLetters(quint32 operations)
+const QString &operationLetters(quint32 operations)
 {
     static const auto table = letterTable<5>(u"rwcmx");
     return table[operations & 0x1f];

@@ -56,7 +56,7 @@ quint32 flagsForLetters(QByteArrayView utf8);
 
 QString policyClassWord(quint32 policyClass);
 QString policyTypeWord(quint32 policyType);
-QString operationLetters(quint32 operations);
+const QString &operationLetters(quint32 operations);
 QString flagLetters(quint32 flags);
 
 } // namespace RuleText
