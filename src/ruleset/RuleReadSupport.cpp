@@ -2,6 +2,7 @@
 
 #include "RulePrefetch.h"
 #include "RuleText.h"
+#include "TextHash.h"
 
 #include <algorithm>
 #include <cstring>
@@ -39,7 +40,7 @@ SharedText Utf8TextPool::intern(QByteArrayView utf8)
         return SharedText(decode(utf8));
     if ((m_count + 1) * 2 > m_entries.size())
         grow();
-    const size_t hash = qHash(utf8, m_seed);
+    const size_t hash = TextHash::ofBytes(utf8.data(), std::size_t(utf8.size()), m_seed);
     const std::size_t mask = m_entries.size() - 1;
     std::size_t at = hash & mask;
     for (; !m_entries[at].text.isNull(); at = (at + 1) & mask) {
@@ -86,8 +87,14 @@ void Utf8TextPool::grow()
 
 size_t duplicateHash(const NVCRuleBase &rule)
 {
-    return qHashMulti(0, rule.policyType, rule.policyClass, rule.operations, rule.flags, rule.pathView(),
-                      rule.pathView().isNull(), rule.sharedProcessName(), rule.sharedConstraint());
+    static const quint64 seed = QHashSeed::globalSeed();
+    const QStringView path = rule.pathView();
+    using namespace TextHash;
+    quint64 hash = mixBytes(path.utf16(), std::size_t(path.size()) * sizeof(char16_t), seed ^ path.isNull());
+    hash = mixWord(hash, quint64(rule.policyType) << 32 | rule.policyClass);
+    hash = mixWord(hash, quint64(rule.operations) << 32 | rule.flags);
+    hash = mixWord(hash, quint64(qHash(rule.sharedProcessName())) << 32 ^ qHash(rule.sharedConstraint()));
+    return finish(hash);
 }
 
 namespace {

@@ -1,5 +1,7 @@
 #include "SharedText.h"
 
+#include "TextHash.h"
+
 #include <QHash>
 #include <QMutex>
 #include <array>
@@ -34,7 +36,7 @@ public:
     {
         if (text.isNull())
             return kNullId;
-        const auto hash = quint32(qHash(text));
+        const auto hash = quint32(TextHash::ofUnits(text, m_seed));
         Shard &shard = m_shards[hash >> (32 - kShardBits)];
         QMutexLocker locker(&shard.lock);
         const std::size_t mask = shard.entries.size() - 1;
@@ -58,6 +60,7 @@ public:
 
 private:
     static constexpr int kShardBits = 4;
+    const quint64 m_seed = QHashSeed::globalSeed();
 
     struct Slot
     {

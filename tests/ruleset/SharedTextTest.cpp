@@ -1,5 +1,7 @@
 #include "SharedText.h"
 
+#include "TextHash.h"
+
 #include <QList>
 #include <gtest/gtest.h>
 #include <thread>
@@ -44,4 +46,22 @@ TEST(SharedText, TwoThreadsGetTheSameNumbers)
         ASSERT_EQ(first[std::size_t(i)], second[std::size_t(i)]) << i;
         ASSERT_EQ(first[std::size_t(i)].text(), name(i));
     }
+}
+
+// The tables find texts by this hash: a byte it skipped, in a whole word or in
+// the tail, would pile up texts that differ only there.
+TEST(TextHash, EveryByteAndTheSeedCount)
+{
+    for (std::size_t size = 1; size <= 40; ++size) {
+        const QByteArray text(qsizetype(size), 'a');
+        const quint64 hash = TextHash::ofBytes(text.constData(), size, 7);
+        EXPECT_NE(TextHash::ofBytes(text.constData(), size, 8), hash) << size;
+        EXPECT_NE(TextHash::ofBytes(text.constData(), size - 1, 7), hash) << size;
+        for (std::size_t at = 0; at < size; ++at) {
+            QByteArray changed = text;
+            changed[qsizetype(at)] = 'b';
+            EXPECT_NE(TextHash::ofBytes(changed.constData(), size, 7), hash) << size << " " << at;
+        }
+    }
+    EXPECT_EQ(TextHash::ofUnits(u"/opt/app"_s, 3), TextHash::ofBytes(u"/opt/app", 16, 3));
 }
