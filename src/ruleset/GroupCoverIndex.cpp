@@ -119,7 +119,10 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
     pathCopies.reserve(units);
     std::vector<QStringView> paths;
     paths.reserve(questions.size());
-    for (Question &question : questions) {
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        if (i + distance < questions.size())
+            prefetchRuleData(questions[i + distance].path.utf16());
+        Question &question = questions[i];
         const std::size_t start = pathCopies.size();
         pathCopies.append(question.path.utf16(), std::size_t(question.path.size()));
         question.path = QStringView(pathCopies.data() + start, question.path.size());
