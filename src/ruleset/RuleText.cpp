@@ -217,13 +217,19 @@ quint32 policyTypeForWord(QByteArrayView word)
     return policyTypeOf(word);
 }
 
-template <typename View> static quint32 bitsForLetters(View letters, std::u16string_view alphabet)
+// The alphabet's letters are few: comparing with each beats a search.
+template <typename View, std::size_t Size>
+static quint32 bitsForLetters(View letters, const char16_t (&alphabet)[Size])
 {
     quint32 bits = 0;
     for (qsizetype i = 0; i < letters.size(); ++i) {
-        const auto at = alphabet.find(unitAt(letters, i));
-        if (at != std::u16string_view::npos)
-            bits |= 1u << at;
+        const char16_t letter = unitAt(letters, i);
+        for (std::size_t at = 0; at + 1 < Size; ++at) {
+            if (letter == alphabet[at]) {
+                bits |= 1u << at;
+                break;
+            }
+        }
     }
     return bits;
 }
