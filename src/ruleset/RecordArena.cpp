@@ -68,7 +68,7 @@ public:
     {
         if (units > m_left) {
             const qsizetype size = std::max(units, kTextBlockUnits);
-            m_at = m_blocks.emplace_back(std::make_unique<char16_t[]>(std::size_t(size))).get();
+            m_at = m_blocks.emplace_back(std::make_unique_for_overwrite<char16_t[]>(std::size_t(size))).get();
             m_left = size;
         }
         return m_at;

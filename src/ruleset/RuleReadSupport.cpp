@@ -5,6 +5,7 @@
 #include "TextHash.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 
@@ -116,7 +117,14 @@ std::size_t DuplicateIndex::findSlot(const NVCRuleBase &rule, size_t hash) const
 
 void DuplicateIndex::grow()
 {
-    std::vector<Slot> old(m_slots.empty() ? kInitialSlots : m_slots.size() * 2);
+    reserve(m_slots.empty() ? kInitialSlots / 2 : m_slots.size());
+}
+
+void DuplicateIndex::reserve(std::size_t rules)
+{
+    if (rules * 2 <= m_slots.size())
+        return;
+    std::vector<Slot> old(std::bit_ceil(rules * 2));
     old.swap(m_slots);
     const std::size_t mask = m_slots.size() - 1;
     for (const Slot &slot : old) {

@@ -67,6 +67,8 @@ public:
     bool insert(const NVCRuleBase &rule, size_t hash);
     // Asks for the memory of the first slot a later insert with `hash` reads.
     void prefetch(size_t hash) const;
+    // Room for `rules` without growing on the way.
+    void reserve(std::size_t rules);
 
 private:
     struct Slot
