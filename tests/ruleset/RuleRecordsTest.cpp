@@ -3,6 +3,7 @@
 #include "RuleText.h"
 
 #include <QDateTime>
+#include <QRandomGenerator>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -52,6 +53,11 @@ TEST(RuleConversions, LeadingIntegers)
                                                      {"+7", 7},
                                                      {"-5", -5},
                                                      {"1700000000", 1700000000},
+                                                     {"12345678", 12345678},
+                                                     {"1234567:9", 1234567},
+                                                     {"1234567/9", 1234567},
+                                                     {"00000000012x", 12},
+                                                     {"-17000000001", -17000000001},
                                                      {"922337203685477580", 922337203685477580},
                                                      {"9223372036854775807", max},
                                                      {"9223372036854775808", max},
@@ -62,6 +68,17 @@ TEST(RuleConversions, LeadingIntegers)
     for (const auto &[text, value] : cases) {
         EXPECT_EQ(RuleText::leadingInteger(QByteArrayView(text)), value) << text;
         EXPECT_EQ(RuleText::leadingInteger(QString::fromLatin1(text)), value) << text;
+    }
+    // Bytes are read eight at a time where text is read unit by unit: both agree.
+    QRandomGenerator random(12);
+    const char alphabet[] = "0123456789/:+- x\x80";
+    for (int round = 0; round < 20000; ++round) {
+        QByteArray text;
+        for (int length = random.bounded(24); length > 0; --length)
+            text += alphabet[random.bounded(int(sizeof alphabet) - 1)];
+        ASSERT_EQ(RuleText::leadingInteger(QByteArrayView(text)),
+                  RuleText::leadingInteger(QString::fromLatin1(text)))
+            << text.constData();
     }
 }
 
