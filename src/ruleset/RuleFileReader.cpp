@@ -131,11 +131,10 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
     QMutexLocker groupLocker(&m_groupMapLock);
     QMutexLocker watchLocker(&m_watchListLock);
     ReadState state;
-    // Rule lines are seldom shorter than this: the index is made large enough
-    // once, up to a size that a file of mere comments may cost.
-    constexpr qsizetype kShortLineBytes = 96;
+    // The index is made large enough once, up to a size that a file of mere
+    // comments may cost.
     constexpr qsizetype kMostReserved = qsizetype(1) << 20;
-    state.duplicates.reserve(std::size_t(std::min(file.size() / kShortLineBytes, kMostReserved)));
+    state.duplicates.reserve(std::size_t(std::min(file.size() / kShortRuleLineBytes, kMostReserved)));
     Utf8TextPool texts;
     Utf8RuleTokens tokens;
     bool storeChanged = false;

@@ -91,6 +91,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
 {
     using Kind = ParsedRuleLine::Kind;
     std::vector<ParsedRuleLine> parsed;
+    parsed.reserve(std::size_t(part.size() / kShortRuleLineBytes));
     Utf8TextPool &strings = m_strings;
     Utf8RuleTokens &tokens = m_tokens;
     const bool system = m_system;

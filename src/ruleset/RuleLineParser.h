@@ -33,6 +33,10 @@ struct ParsedRuleLine
     size_t groupHash = 0;
 };
 
+// Rule lines are seldom shorter than this: lists of a file's lines are made
+// this large at once instead of growing on the way.
+constexpr qsizetype kShortRuleLineBytes = 96;
+
 // Parses runs of whole lines of one file (UTF-8). The texts it decodes are
 // shared over every run it parses, so that the rules of one application keep
 // sharing their process name, constraint and tag data.
