@@ -95,8 +95,19 @@ void RuleFileOutput::encodeUserRules(const QList<PolicyRulePtr> &rules, qsizetyp
     for (qsizetype i = from; i < to; ++i) {
         if (i + distance < to && rules[i + distance])
             prefetchRuleData(rules[i + distance].get());
-        if (i + distance / 2 < to && rules[i + distance / 2])
-            prefetchRuleData(rules[i + distance / 2]->pathView().data());
+        if (i + distance / 2 < to && rules[i + distance / 2]) {
+            // Then its path, and where its process and constraint texts are kept.
+            const PolicyRule &ahead = *rules[i + distance / 2];
+            prefetchRuleData(ahead.pathView().data());
+            prefetchRuleData(&ahead.processName());
+            prefetchRuleData(&ahead.constraint());
+        }
+        if (i + distance / 4 < to && rules[i + distance / 4]) {
+            // And last those texts themselves.
+            const PolicyRule &ahead = *rules[i + distance / 4];
+            prefetchRuleData(ahead.processName().constData());
+            prefetchRuleData(ahead.constraint().constData());
+        }
         const PolicyRulePtr &rule = rules[i];
         if (rule && !rule->system)
             appendLine(encoder, batch, *rule, full);
