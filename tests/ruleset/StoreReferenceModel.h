@@ -5,11 +5,6 @@
 #include <QMap>
 #include <algorithm>
 
-// The store's views computed the plain way, without any of its shortcuts:
-// watch rules, then policy groups ordered by their case-folded key (the key
-// itself breaking ties), members in insertion order; a filter keeps the rules
-// whose path, process or (policy rules only) tag holds the needle, folding
-// case one UTF-16 unit at a time.
 // Redundancy read plainly: another rule of the group, of the same class and
 // present constraint, allows at least the rule's low eight operation bits and
 // reaches its path, everywhere when on "any" or "", as a prefix rule on the
@@ -31,6 +26,11 @@ inline bool plainlyRedundant(const QList<PolicyRulePtr> &group, const PolicyRule
     });
 }
 
+// The store's views computed the plain way, without any of its shortcuts:
+// watch rules, then policy groups ordered by their case-folded key (the key
+// itself breaking ties), members in insertion order; a filter keeps the rules
+// whose path, process or (policy rules only) tag holds the needle, folding
+// case one UTF-16 unit at a time.
 class StoreReferenceModel
 {
 public:
