@@ -1,6 +1,7 @@
 #include "GroupCoverIndex.h"
 
 #include "RuleCover.h"
+#include "RuleManager.h"
 #include "RulePrefetch.h"
 #include "TextRanks.h"
 
@@ -18,11 +19,6 @@ bool unitLess(QStringView a, QStringView b)
     if (shared < a.size() && shared < b.size())
         return a.utf16()[shared] < b.utf16()[shared];
     return a.size() < b.size();
-}
-
-bool startsWith(QStringView path, QStringView prefix)
-{
-    return prefix.size() <= path.size() && commonPrefixLength(path, prefix) == prefix.size();
 }
 
 template <typename List>
@@ -62,7 +58,7 @@ int GroupCoverIndex::Bucket::coveringCount(quint8 mask) const
 {
     int count = 0;
     for (const auto &entry : masks) {
-        if ((entry.first & mask) == mask)
+        if (RuleManager::isBitwiseInclusive(entry.first, mask))
             count += entry.second;
     }
     return count;
@@ -122,11 +118,7 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
     for (std::size_t i = 0; i < questions.size(); ++i) {
         if (i + distance < questions.size())
             prefetchRuleData(questions[i + distance].path.utf16());
-        Question &question = questions[i];
-        const std::size_t start = pathCopies.size();
-        pathCopies.append(question.path.utf16(), std::size_t(question.path.size()));
-        question.path = QStringView(pathCopies.data() + start, question.path.size());
-        paths.push_back(question.path);
+        paths.push_back(questions[i].movePathTo(pathCopies));
     }
     // Laid out again in path order, texts too, for the sweep to read in turn.
     std::vector<Question> sorted;
@@ -135,9 +127,7 @@ GroupCoverIndex::GroupCoverIndex(std::span<const PolicyRulePtr> group)
     sortedPaths.reserve(units);
     for (const std::size_t at : codeUnitOrder(paths)) {
         Question question = questions[at];
-        const std::size_t start = sortedPaths.size();
-        sortedPaths.append(question.path.utf16(), std::size_t(question.path.size()));
-        question.path = QStringView(sortedPaths.data() + start, question.path.size());
+        question.movePathTo(sortedPaths);
         sorted.push_back(question);
     }
 
@@ -165,7 +155,7 @@ void GroupCoverIndex::indexRun(Run run, std::vector<int> &chain)
         if (entry < 0) {
             // The chain holds the prefixes of the path indexed last, and with
             // them every indexed prefix of this one.
-            while (!chain.empty() && !startsWith(rule.path, pathOf(m_prefix[std::size_t(chain.back())])))
+            while (!chain.empty() && !hasPrefix(rule.path, pathOf(m_prefix[std::size_t(chain.back())])))
                 chain.pop_back();
             entry = int(m_prefix.size());
             m_prefix.push_back({quint32(m_pathText.size()),

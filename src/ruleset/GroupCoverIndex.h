@@ -61,6 +61,15 @@ private:
         bool prefixRule;
 
         static Question of(const PolicyRule &rule, quint32 position);
+        // The path copied to the end of `block`, which has room for it, and
+        // read from there on.
+        QStringView movePathTo(std::u16string &block)
+        {
+            const std::size_t start = block.size();
+            block.append(path.utf16(), std::size_t(path.size()));
+            path = QStringView(block.data() + start, path.size());
+            return path;
+        }
     };
     using Run = std::span<const Question>; // members on one path
 

@@ -19,8 +19,7 @@ bool RedundancyIndex::scanCoverers(std::span<const Coverer> coverers, const Poli
             continue;
         if (coverer.wholeScope)
             return true;
-        if (!path.isNull() && coverer.pathSize <= path.size() &&
-            commonPrefixLength(path, QStringView(coverer.path, coverer.pathSize)) == coverer.pathSize)
+        if (!path.isNull() && hasPrefix(path, QStringView(coverer.path, coverer.pathSize)))
             return true;
     }
     return false;

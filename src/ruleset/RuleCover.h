@@ -48,6 +48,12 @@ inline qsizetype commonPrefixLength(QStringView a, QStringView b)
     return i;
 }
 
+// Whether `path` begins with every unit of `prefix`.
+inline bool hasPrefix(QStringView path, QStringView prefix)
+{
+    return prefix.size() <= path.size() && commonPrefixLength(path, prefix) == prefix.size();
+}
+
 // Equal code units; the texts of a group are mostly shared, so equal data is tried first.
 inline bool sameUnits(QStringView a, QStringView b)
 {
