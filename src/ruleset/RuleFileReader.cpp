@@ -26,38 +26,44 @@ bool startsWithAny(const QString &path, const QStringList &prefixes)
 // constraint, so a group's key is computed once per distinct pair.
 struct ReadState
 {
-    struct Group
-    {
-        QString key;
-        bool indexed = false; // its members before this read are in `duplicates`
-        // Rules of this read, appended to the store's list once at the end: one
-        // lookup of the long key per group instead of one per rule.
-        QList<PolicyRulePtr> added;
-    };
+    // The groups met in this read, by number: their keys, and how many rules
+    // each gains. Kept apart from anything a rule touches, so that taking a
+    // rule reads no group's memory.
+    std::vector<QString> keys;
+    std::vector<qsizetype> addedCounts;
 
     GroupsByTexts groupByText;
     QHash<QString, int> groupByKey;
-    std::vector<Group> groups;
     DuplicateIndex duplicates;
     DuplicateIndex watchDuplicates;
     bool watchRulesIndexed = false;
 
+    // The group number of a rule. A group's stored members are put in
+    // `duplicates` when the read first meets it, if `storedMembers` is given.
     // `hash` is GroupsByTexts::hashOf the rule's texts.
-    Group &groupFor(const PolicyRule &rule, size_t hash)
+    int groupFor(const PolicyRule &rule, size_t hash,
+                 const QHash<QString, QList<PolicyRulePtr>> *storedMembers)
     {
         const SharedText processName = rule.sharedProcessName();
         const SharedText constraint = rule.sharedConstraint();
         if (const int found = groupByText.find(processName, constraint, hash); found >= 0)
-            return groups[std::size_t(found)];
+            return found;
         const QString key = RuleManager::applicationGroupIdentityForRule(rule);
-        int slot = groupByKey.value(key, -1);
-        if (slot < 0) {
-            slot = int(groups.size());
-            groups.push_back(Group{key, false, {}});
-            groupByKey.insert(key, slot);
+        int group = groupByKey.value(key, -1);
+        if (group < 0) {
+            group = int(keys.size());
+            keys.push_back(key);
+            addedCounts.push_back(0);
+            groupByKey.insert(key, group);
+            if (storedMembers) {
+                if (const auto stored = storedMembers->constFind(key); stored != storedMembers->cend()) {
+                    for (const PolicyRulePtr &member : *stored)
+                        duplicates.insert(*member);
+                }
+            }
         }
-        groupByText.insert(processName, constraint, hash, slot);
-        return groups[std::size_t(slot)];
+        groupByText.insert(processName, constraint, hash, group);
+        return group;
     }
 };
 
@@ -87,21 +93,30 @@ bool mergeIntoFailsafeGroup(QList<PolicyRulePtr> &group, PolicyRule &rule)
     return duplicate;
 }
 
-// Moves the rules batched per group into the store, in reading order. Lists are
-// trimmed: growth slack adds up over many rules.
-void appendReadRules(QHash<QString, QList<PolicyRulePtr>> &store, ReadState &state)
+// Moves the taken rules into the store, in reading order after the stored
+// ones. Every group's list is made its final size once: growing lists rule by
+// rule would touch a different group's memory at every rule.
+void appendReadRules(QHash<QString, QList<PolicyRulePtr>> &store, const ReadState &state,
+                     const std::vector<std::vector<ParsedRuleLine> *> &takenRuns)
 {
-    store.reserve(store.size() + qsizetype(state.groups.size()));
-    for (ReadState::Group &group : state.groups) {
-        if (group.added.isEmpty())
+    std::vector<PolicyRulePtr *> nextFree(state.keys.size());
+    store.reserve(store.size() + qsizetype(state.keys.size()));
+    for (std::size_t group = 0; group < state.keys.size(); ++group) {
+        const qsizetype added = state.addedCounts[group];
+        if (added == 0)
             continue;
-        QList<PolicyRulePtr> &members = store[group.key];
-        if (members.isEmpty())
-            members = std::move(group.added);
-        else
-            members.append(group.added);
-        members.squeeze();
-        group.added = {};
+        QList<PolicyRulePtr> &members = store[state.keys[group]];
+        const qsizetype stored = members.size();
+        members.reserve(stored + added);
+        members.resize(stored + added);
+        nextFree[group] = members.data() + stored;
+    }
+    for (std::vector<ParsedRuleLine> *lines : takenRuns) {
+        for (ParsedRuleLine &line : *lines) {
+            if (line.group >= 0)
+                *nextFree[std::size_t(line.group)]++ =
+                    std::static_pointer_cast<PolicyRule>(std::move(line.rule));
+        }
     }
 }
 
@@ -200,47 +215,45 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
             break;
         }
 
-        auto rule = std::static_pointer_cast<PolicyRule>(std::move(entry.rule));
-        rule->sequence = m_ruleSequence++;
-        if ((rule->flags & RuleFlag::TeamID) && rule->pathView() == u"/Users/")
-            m_teamIDsWhitelist.insert(rule->constraint());
-        ReadState::Group &group = state.groupFor(*rule, entry.groupHash);
+        // The rule stays in its line until every group's size is known.
+        auto &rule = static_cast<PolicyRule &>(*entry.rule);
+        rule.sequence = m_ruleSequence++;
+        if ((rule.flags & RuleFlag::TeamID) && rule.pathView() == u"/Users/")
+            m_teamIDsWhitelist.insert(rule.constraint());
+        const int group =
+            state.groupFor(rule, entry.groupHash, isFailsafe ? nullptr : &m_policyRulesByApplication);
         qCDebug(lcRuleManagement,
                 "policy class %u type %u path %s process %s operations %u flags %u constraint %s to "
                 "application directory for '%s'",
-                rule->policyClass, rule->policyType, qUtf8Printable(rule->path()),
-                qUtf8Printable(rule->processName()), rule->operations, rule->flags,
-                qUtf8Printable(rule->constraint()), qUtf8Printable(group.key));
+                rule.policyClass, rule.policyType, qUtf8Printable(rule.path()),
+                qUtf8Printable(rule.processName()), rule.operations, rule.flags,
+                qUtf8Printable(rule.constraint()), qUtf8Printable(state.keys[std::size_t(group)]));
 
         if (isFailsafe) {
             // Merging compares with the whole group, so these rules go straight into the store.
             storeChanged = true; // a merge may rewrite stored paths
-            QList<PolicyRulePtr> &members = m_policyRulesByApplication[group.key];
-            if (!mergeIntoFailsafeGroup(members, *rule))
-                members.append(std::move(rule));
+            QList<PolicyRulePtr> &members = m_policyRulesByApplication[state.keys[std::size_t(group)]];
+            if (!mergeIntoFailsafeGroup(members, rule))
+                members.append(std::static_pointer_cast<PolicyRule>(std::move(entry.rule)));
             return true;
         }
-        if (!group.indexed) {
-            const auto stored = m_policyRulesByApplication.constFind(group.key);
-            if (stored != m_policyRulesByApplication.cend()) {
-                for (const PolicyRulePtr &member : *stored)
-                    state.duplicates.insert(*member);
-            }
-            group.indexed = true;
-        }
-        if (state.duplicates.insert(*rule, entry.duplicateHash)) {
-            group.added.append(std::move(rule));
+        if (state.duplicates.insert(rule, entry.duplicateHash)) {
+            entry.group = group;
+            ++state.addedCounts[std::size_t(group)];
             storeChanged = true;
         }
         return true;
     };
 
+    // The runs taken so far, all of them unless the read fails.
+    std::vector<std::vector<ParsedRuleLine> *> takenRuns;
     const bool complete = [&] {
         // The duplicate and group slots a rule reads lie anywhere in large
         // tables: they are asked for a few lines ahead.
         constexpr std::size_t ahead = 8;
         for (std::size_t index = 0; index < runs.count(); ++index) {
             std::vector<ParsedRuleLine> &lines = runs.run(index);
+            takenRuns.push_back(&lines);
             for (std::size_t i = 0; i < lines.size(); ++i) {
                 if (i + ahead < lines.size()) {
                     state.duplicates.prefetch(lines[i + ahead].duplicateHash);
@@ -252,7 +265,7 @@ bool RuleManager::unsynchronizedAddFileContents(const QString &path, bool should
         }
         return true;
     }();
-    appendReadRules(m_policyRulesByApplication, state);
+    appendReadRules(m_policyRulesByApplication, state, takenRuns);
     if (storeChanged)
         invalidateRedundancyIndex();
     return complete;

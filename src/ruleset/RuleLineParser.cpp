@@ -124,13 +124,14 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
             auto rule = m_records.newWatchRule();
             fillSharedFields(*rule);
             const size_t hash = duplicateHash(*rule);
-            parsed.push_back({Kind::Watch, line, std::move(rule), hash});
+            parsed.push_back(
+                {.kind = Kind::Watch, .line = line, .rule = std::move(rule), .duplicateHash = hash});
         } else if (first == "set" && count >= 3) {
-            parsed.push_back({Kind::Option, line, nullptr});
+            parsed.push_back({.kind = Kind::Option, .line = line});
         } else if (first == "trace") {
-            parsed.push_back({Kind::Trace, line, nullptr});
+            parsed.push_back({.kind = Kind::Trace, .line = line});
         } else if (count < 5) {
-            parsed.push_back({Kind::Malformed, line, nullptr});
+            parsed.push_back({.kind = Kind::Malformed, .line = line});
         } else {
             auto rule = m_records.newPolicyRule();
             rule->policyClass = RuleText::policyClassForWord(first);
@@ -142,7 +143,11 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
             const size_t hash = duplicateHash(*rule);
             const size_t groupHash =
                 GroupsByTexts::hashOf(rule->sharedProcessName(), rule->sharedConstraint());
-            parsed.push_back({Kind::Policy, line, std::move(rule), hash, groupHash});
+            parsed.push_back({.kind = Kind::Policy,
+                              .line = line,
+                              .rule = std::move(rule),
+                              .duplicateHash = hash,
+                              .groupHash = groupHash});
         }
     });
     return parsed;

@@ -23,10 +23,13 @@ struct ParsedRuleLine
     };
 
     Kind kind;
+    // The store group a taken policy rule joins at the end of the read; -1
+    // while it joins none.
+    qint32 group = -1;
     // Option, trace and malformed lines are read again from their bytes, in order.
     QByteArrayView line;
     // A policy or watch rule, without its sequence number yet.
-    RuleBasePtr rule;
+    RuleBasePtr rule = nullptr;
     // The rule's duplicate hash and the hash of its group's texts, made while
     // its fields are at hand.
     size_t duplicateHash = 0;
