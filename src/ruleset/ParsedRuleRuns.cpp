@@ -4,26 +4,19 @@
 
 namespace {
 
-// The reading thread parses this share of the file before it starts taking
-// lines into the store; taking costs about as much as parsing, so the helper
-// keeps ahead of it with the rest.
-constexpr double kFirstRunShare = 0.25;
-// The rest in runs small enough that the reading thread rarely waits for one.
-constexpr int kLaterRuns = 12;
+// Small enough that neither thread waits long for the other at the end, and
+// that the reading thread starts taking lines soon.
+constexpr int kRuns = 24;
 
 } // namespace
 
 ParsedRuleRuns::ParsedRuleRuns(QByteArrayView file, bool system)
-    : m_firstRunParser(system)
-    , m_laterRunsParser(system)
+    : m_parts(splitAtLineEnds(file, kRuns))
+    , m_parsed(m_parts.size())
+    , m_readingThreadParser(system)
+    , m_helperParser(system)
+    , m_isParsed(m_parts.size())
 {
-    const auto [first, rest] = cutAtLineEnd(file, kFirstRunShare);
-    m_parts.push_back(first);
-    if (!rest.isEmpty()) {
-        for (const QByteArrayView part : splitAtLineEnds(rest, kLaterRuns))
-            m_parts.push_back(part);
-    }
-    m_parsed.resize(m_parts.size());
     if (m_parts.size() > 1) {
         try {
             m_helper = std::jthread([this](std::stop_token stop) { parseAhead(stop); });
@@ -33,26 +26,34 @@ ParsedRuleRuns::ParsedRuleRuns(QByteArrayView file, bool system)
     }
 }
 
+bool ParsedRuleRuns::parseNextRun(RuleLineParser &parser)
+{
+    const std::size_t index = m_nextToParse.fetch_add(1, std::memory_order_relaxed);
+    if (index >= m_parts.size())
+        return false;
+    std::vector<ParsedRuleLine> lines = parser.parse(m_parts[index]);
+    const std::lock_guard lock(m_mutex);
+    m_parsed[index] = std::move(lines);
+    m_isParsed[index] = true;
+    m_parsedMore.notify_one();
+    return true;
+}
+
 void ParsedRuleRuns::parseAhead(std::stop_token stop)
 {
-    for (std::size_t index = 1; index < m_parts.size() && !stop.stop_requested(); ++index) {
-        std::vector<ParsedRuleLine> lines = m_laterRunsParser.parse(m_parts[index]);
-        const std::lock_guard lock(m_mutex);
-        m_parsed[index] = std::move(lines);
-        m_parsedAhead = index + 1;
-        m_parsedMore.notify_one();
+    while (!stop.stop_requested() && parseNextRun(m_helperParser)) {
     }
 }
 
 std::vector<ParsedRuleLine> &ParsedRuleRuns::run(std::size_t index)
 {
-    if (index == 0) {
-        m_parsed[0] = m_firstRunParser.parse(m_parts[0]);
-    } else if (m_helper.joinable()) {
-        std::unique_lock lock(m_mutex);
-        m_parsedMore.wait(lock, [this, index] { return m_parsedAhead > index; });
-    } else {
-        m_parsed[index] = m_laterRunsParser.parse(m_parts[index]);
+    std::unique_lock lock(m_mutex);
+    while (!m_isParsed[index]) {
+        lock.unlock();
+        const bool parsedOne = parseNextRun(m_readingThreadParser);
+        lock.lock();
+        if (!parsedOne)
+            m_parsedMore.wait(lock, [this, index] { return bool(m_isParsed[index]); });
     }
     return m_parsed[index];
 }

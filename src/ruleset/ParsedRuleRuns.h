@@ -3,15 +3,18 @@
 #include "RuleLineParser.h"
 
 #include <QByteArrayView>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <vector>
 
-// The lines of a rule file in runs, parsed ahead on a thread of its own while
-// the reading thread parses the first run and then takes run after run into
-// the store. Taking must go in file order, so it starts as soon as the first
-// run is ready instead of after the whole file.
+// The lines of a rule file in runs, parsed by the reading thread and a helper
+// thread side by side. Taking must go in file order, so it starts as soon as
+// the first run is ready; while the next run is still being parsed, the
+// reading thread parses a later one instead of waiting. Whichever thread is
+// free takes the next run to parse, so the two share the work however long
+// taking lines into the store takes.
 class ParsedRuleRuns
 {
 public:
@@ -21,22 +24,26 @@ public:
     ParsedRuleRuns &operator=(const ParsedRuleRuns &) = delete;
 
     std::size_t count() const { return m_parts.size(); }
-    // The lines of run `index`, waiting until they are parsed. Runs are asked
-    // for in order, and their records may be moved out.
+    // The lines of run `index`, once they are parsed. Runs are asked for in
+    // order, and their records may be moved out.
     std::vector<ParsedRuleLine> &run(std::size_t index);
 
 private:
+    // Parses the next run nobody has taken yet with `parser`; false when
+    // every run is taken.
+    bool parseNextRun(RuleLineParser &parser);
     void parseAhead(std::stop_token stop);
 
     std::vector<QByteArrayView> m_parts;
     std::vector<std::vector<ParsedRuleLine>> m_parsed;
-    RuleLineParser m_firstRunParser;
-    // Runs after the first: parsed by the helper, or here when there is none.
-    RuleLineParser m_laterRunsParser;
+    // Each thread parses with its own parser.
+    RuleLineParser m_readingThreadParser;
+    RuleLineParser m_helperParser;
+    std::atomic<std::size_t> m_nextToParse = 0;
 
     std::mutex m_mutex;
     std::condition_variable m_parsedMore;
-    std::size_t m_parsedAhead = 1; // runs before this one are parsed
+    std::vector<bool> m_isParsed; // guarded by m_mutex
     // Declared last: stopped and joined before the members it uses go.
     std::jthread m_helper;
 };

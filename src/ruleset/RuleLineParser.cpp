@@ -169,16 +169,6 @@ std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView text, int count)
     return parts;
 }
 
-std::pair<QByteArrayView, QByteArrayView> cutAtLineEnd(QByteArrayView text, double share)
-{
-    const char *const end = text.data() + text.size();
-    const auto [separator, length] = nextSeparator(text.data() + qsizetype(double(text.size()) * share), end);
-    if (length == 0)
-        return {text, {}};
-    const char *rest = separator + length;
-    return {QByteArrayView(text.data(), rest), QByteArrayView(rest, end)};
-}
-
 qsizetype lineNumberAt(QByteArrayView file, const char *lineStart)
 {
     qsizetype number = 1;

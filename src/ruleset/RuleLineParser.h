@@ -63,10 +63,6 @@ private:
 // has fewer line ends).
 std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView text, int count);
 
-// `text` cut at the first line end after `share` of its bytes: the lines
-// before it and the rest (empty when there is no later line end).
-std::pair<QByteArrayView, QByteArrayView> cutAtLineEnd(QByteArrayView text, double share);
-
 // The number of the line starting at `lineStart`, counted as an editor would,
 // a CR LF pair being one line end.
 qsizetype lineNumberAt(QByteArrayView file, const char *lineStart);
