@@ -5,8 +5,10 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <new>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +17,25 @@ namespace {
 QString tr(const char *text)
 {
     return QCoreApplication::translate("RuleManager", text);
+}
+
+// A large file is read into fresh memory, which the kernel maps and clears
+// page by page as the read fills it. In 2 MiB pages that is a few hundred
+// steps for a file of a million rules instead of some thirty thousand.
+void adviseLargePages(char *data, qsizetype size)
+{
+#if defined(MADV_HUGEPAGE)
+    constexpr std::uintptr_t kLargePage = std::uintptr_t(2) << 20;
+    const auto begin = reinterpret_cast<std::uintptr_t>(data);
+    const std::uintptr_t first = (begin + kLargePage - 1) & ~(kLargePage - 1);
+    const std::uintptr_t last = (begin + std::uintptr_t(size)) & ~(kLargePage - 1);
+    // Only a hint: where large pages cannot be had, the read goes on in small ones.
+    if (last > first)
+        ::madvise(reinterpret_cast<void *>(first), last - first, MADV_HUGEPAGE);
+#else
+    Q_UNUSED(data);
+    Q_UNUSED(size);
+#endif
 }
 
 } // namespace
@@ -45,6 +66,8 @@ std::optional<QByteArray> loadRuleFileBytes(const QString &path, QString *errorM
         *errorMessage = tr("Internal error: unable to allocate memory");
         return std::nullopt;
     }
+
+    adviseLargePages(buffer.data(), size);
 
     const int descriptor = ::open(fileSystemPath.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
     // Descriptor 0 is refused as well: the reader never works on the standard-input slot.
