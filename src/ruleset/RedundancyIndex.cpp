@@ -1,65 +1,21 @@
 #include "RedundancyIndex.h"
 
-#include "RuleCover.h"
 #include "RuleManager.h"
 #include "RulePrefetch.h"
 
 #include <algorithm>
 
-using namespace RuleCover;
-
-bool RedundancyIndex::scanCoverers(std::span<const Coverer> coverers, const PolicyRule &rule)
-{
-    const SharedText constraint = rule.sharedConstraint();
-    const QStringView path = rule.pathView();
-    for (const Coverer &coverer : coverers) {
-        if (coverer.rule == &rule || coverer.policyClass != rule.policyClass ||
-            !RuleManager::isBitwiseInclusive(coverer.mask, rule.operations) ||
-            coverer.constraint != constraint)
-            continue;
-        if (coverer.wholeScope)
-            return true;
-        if (!path.isNull() && hasPrefix(path, QStringView(coverer.path, coverer.pathSize)))
-            return true;
-    }
-    return false;
-}
-
 void RedundancyIndex::answerMembers(GroupOfTexts &found)
 {
-    const std::span<const PolicyRulePtr> group = found.members;
-    // Scanning a few rules costs less than indexing them.
-    constexpr std::size_t kLargestScannedGroup = 64;
-    if (group.size() > kLargestScannedGroup) {
-        found.index = &m_groups.try_emplace(found.group, group).first->second;
+    if (found.members.size() > CovererScan::kLargestScannedGroup) {
+        found.index = &m_groups.try_emplace(found.group, found.members).first->second;
         return;
     }
-    // The members lie anywhere in memory: all are asked for before the first
-    // is read, so that their misses overlap.
-    for (const PolicyRulePtr &member : group) {
-        if (member)
-            prefetchRuleData(member.get());
-    }
-    const std::size_t first = m_coverers.size();
-    for (const PolicyRulePtr &member : group) {
-        if (!member)
-            continue;
-        const QStringView path = member->pathView();
-        if (!path.isEmpty())
-            prefetchRuleData(path.utf16()); // read by the scan below
-        if (!canCover(*member))
-            continue;
-        const bool wholeScope = isWholeScopePath(path);
-        if (wholeScope || member->policyType == PolicyType::Prefix)
-            m_coverers.push_back({member.get(), path.utf16(), quint32(path.size()), member->policyClass,
-                                  member->sharedConstraint(), lowMask(member->operations), wholeScope});
-    }
-    found.firstCoverer = first;
-    found.covererCount = m_coverers.size() - first;
     found.firstAnswer = m_answers.size();
-    const std::span<const Coverer> coverers = coverersOf(found);
-    for (const PolicyRulePtr &member : group)
-        m_answers.push_back(member && scanCoverers(coverers, *member));
+    found.firstCoverer = m_coverers.size();
+    m_answers.resize(m_answers.size() + found.members.size());
+    CovererScan::answerGroup(found.members, m_coverers, std::span(m_answers).subspan(found.firstAnswer));
+    found.covererCount = m_coverers.size() - found.firstCoverer;
 }
 
 std::span<const RedundancyIndex::Coverer> RedundancyIndex::coverersOf(const GroupOfTexts &found) const
@@ -99,7 +55,7 @@ bool RedundancyIndex::isRedundant(const Store &store, const PolicyRule &rule)
     if (const std::optional<qsizetype> position = positionInGroup(found, rule))
         return answerAt(found, *position);
     // A rule outside the store, such as a copy being edited.
-    return found.index ? found.index->coversOutsider(rule) : scanCoverers(coverersOf(found), rule);
+    return found.index ? found.index->coversOutsider(rule) : CovererScan::isCovered(coverersOf(found), rule);
 }
 
 bool RedundancyIndex::GroupOfTexts::holdsTextsOf(const PolicyRule &rule) const

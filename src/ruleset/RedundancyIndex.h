@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CovererScan.h"
 #include "GroupCoverIndex.h"
 #include "PolicyRule.h"
 
@@ -26,18 +27,7 @@ public:
     bool isRedundant(const QHash<QString, QList<PolicyRulePtr>> &store, const PolicyRule &rule);
 
 private:
-    // What a small group's scan needs of a rule that can cover others, side by side.
-    struct Coverer
-    {
-        const PolicyRule *rule;
-        const char16_t *path;
-        quint32 pathSize;
-        quint32 policyClass;
-        SharedText constraint;
-        quint8 mask;
-        bool wholeScope; // otherwise a prefix rule
-    };
-    static bool scanCoverers(std::span<const Coverer> coverers, const PolicyRule &rule);
+    using Coverer = CovererScan::Coverer;
 
     // A group's rules share their process and constraint texts, so the group
     // found for one pair of texts is remembered.
@@ -84,7 +74,7 @@ private:
     // The coverers of every small group asked about, side by side: a list
     // each would cost an allocation for every group.
     std::vector<Coverer> m_coverers;
-    std::vector<bool> m_answers;
+    std::vector<quint8> m_answers;
     std::deque<GroupOfTexts> m_groupsFound; // never moved, so pointers to them hold
     QHash<std::pair<SharedText, SharedText>, GroupOfTexts *> m_groupsByTexts;
     // Rows are asked about group by group: the last answer is tried first.
