@@ -41,19 +41,45 @@ inline bool RedundancyIndex::answerAt(GroupOfTexts &found, qsizetype position)
                        : m_answers[found.firstAnswer + std::size_t(position)];
 }
 
+void RedundancyIndex::countRowInOrder(bool inOrder)
+{
+    m_rowsInOrder = inOrder ? m_rowsInOrder + 1 : 0;
+}
+
 bool RedundancyIndex::isRedundant(const Store &store, const PolicyRule &rule)
 {
+    if (m_wholeTable) {
+        if (const std::optional<bool> answer = m_wholeTable->answerInOrder(rule))
+            return *answer;
+    }
     // The next row of the group last asked about is answered without reading its record.
-    if (m_lastGroup && m_lastGroup->answered() && m_lastGroup->isNext(rule))
+    if (m_lastGroup && m_lastGroup->answered() && m_lastGroup->isNext(rule)) {
+        countRowInOrder(true);
         return answerAt(*m_lastGroup, m_lastGroup->nextPosition);
+    }
+
+    const bool lastGroupDone = !m_lastGroup || m_lastGroup->isDone();
+    // A screenful of rows is asked about again and again; only going through
+    // the whole table keeps to table order this long.
+    constexpr qsizetype kRowsInOrderBeforeAnsweringAll = 4096;
+    if (!m_wholeTable && lastGroupDone && m_rowsInOrder >= kRowsInOrderBeforeAnsweringAll) {
+        m_wholeTable = std::make_unique<WholeTableAnswers>(store);
+        if (const std::optional<bool> answer = m_wholeTable->answerInOrder(rule))
+            return *answer;
+    }
 
     GroupOfTexts &found = groupOf(store, rule);
-    if (!found.group)
+    if (!found.group) {
+        countRowInOrder(false);
         return false;
+    }
     if (!found.answered())
         answerMembers(found);
-    if (const std::optional<qsizetype> position = positionInGroup(found, rule))
+    if (const std::optional<qsizetype> position = positionInGroup(found, rule)) {
+        countRowInOrder(lastGroupDone && *position == 0);
         return answerAt(found, *position);
+    }
+    countRowInOrder(false);
     // A rule outside the store, such as a copy being edited.
     return found.index ? found.index->coversOutsider(rule) : CovererScan::isCovered(coverersOf(found), rule);
 }

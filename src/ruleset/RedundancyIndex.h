@@ -3,11 +3,13 @@
 #include "CovererScan.h"
 #include "GroupCoverIndex.h"
 #include "PolicyRule.h"
+#include "WholeTableAnswers.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <span>
 #include <unordered_map>
@@ -17,7 +19,9 @@
 // asks about every row it shows, group by group; a group can hold tens of
 // thousands of rules. Every member of a group is answered when the group is
 // first asked about: a small group by scanning its few coverers, a large one
-// by its own index. The answers hold raw rule pointers and copies of their
+// by its own index. Once rows have been asked about group after group for a
+// long stretch, the whole table is being gone through, and every group is
+// answered at once. The answers hold raw rule pointers and copies of their
 // fields, so the owner must drop them whenever the store changes.
 class RedundancyIndex
 {
@@ -51,6 +55,7 @@ private:
         qsizetype nextPosition = 0;
 
         bool answered() const { return index || firstAnswer != std::size_t(-1); }
+        bool isDone() const { return std::size_t(nextPosition) == members.size(); }
         bool isNext(const PolicyRule &rule) const
         {
             return std::size_t(nextPosition) < members.size() &&
@@ -61,6 +66,8 @@ private:
     using Store = QHash<QString, QList<PolicyRulePtr>>;
     GroupOfTexts &groupOf(const Store &store, const PolicyRule &rule);
     void answerMembers(GroupOfTexts &found);
+    // Counts the rows asked about in table order, or starts counting anew.
+    void countRowInOrder(bool inOrder);
     std::span<const Coverer> coverersOf(const GroupOfTexts &found) const;
     std::optional<qsizetype> positionInGroup(GroupOfTexts &found, const PolicyRule &rule) const;
     bool answerAt(GroupOfTexts &found, qsizetype position);
@@ -81,4 +88,8 @@ private:
     GroupOfTexts *m_lastGroup = nullptr;
     int m_identitiesComposed = 0;
     bool m_everyGroupListed = false;
+    // Rows asked about one after another in their groups' order, each group
+    // from its first member on.
+    qsizetype m_rowsInOrder = 0;
+    std::unique_ptr<WholeTableAnswers> m_wholeTable;
 };

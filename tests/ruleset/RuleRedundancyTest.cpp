@@ -121,4 +121,62 @@ TEST(RuleRedundancyTest, IndexAgreesWithPlainScanOnRandomRulesets)
     }
 }
 
+bool expectedRedundancy(const RuleManager &manager, const PolicyRule &rule)
+{
+    const QString key = RuleManager::applicationGroupIdentityForRule(rule);
+    return manager.policyRulesByApplication().contains(key) &&
+           plainlyRedundant(manager.policyRulesByApplication()[key], rule);
+}
+
+// Going through every row in table order answers the whole table at once
+// after a while; rows asked about out of order, again from the top, or from
+// outside the store must be answered as before.
+TEST(RuleRedundancyTest, WholeTableInOrderAgreesWithPlainScan)
+{
+    for (quint32 seed = 1; seed <= 3; ++seed) {
+        RandomRules random(seed);
+        RuleManager manager;
+        for (int i = 0; i < 12000; ++i) {
+            PolicyRulePtr rule = random.next();
+            manager.addPolicyRule(rule, false);
+            if (i % 23 == 0)
+                manager.addPolicyRule(rule, false);
+        }
+        // Every other group gets a rule covering much of it, so that each
+        // group's answers matter, small groups' too.
+        const auto groups = manager.policyRulesByApplication();
+        int listed = 0;
+        for (const QList<PolicyRulePtr> &group : groups) {
+            if (group.isEmpty() || listed++ % 2 == 1)
+                continue;
+            const auto cover = std::make_shared<PolicyRule>(*group.front());
+            cover->setPath(u"any"_s);
+            cover->operations = 0xFF;
+            manager.addPolicyRule(cover, false);
+        }
+        manager.rebuildRulesCache();
+        const QList<PolicyRulePtr> rows = manager.policyRules();
+        std::vector<bool> expected;
+        for (const PolicyRulePtr &rule : rows)
+            expected.push_back(expectedRedundancy(manager, *rule));
+
+        const auto askInOrder = [&](const char *pass) {
+            for (qsizetype row = 0; row < rows.size(); ++row)
+                ASSERT_EQ(manager.isRedundant(rows[row]), expected[std::size_t(row)])
+                    << pass << ", seed " << seed << ", row " << row << ": "
+                    << qPrintable(rows[row]->description());
+        };
+        askInOrder("first pass");
+        QRandomGenerator pick(seed);
+        for (int i = 0; i < 2000; ++i) {
+            const qsizetype row = pick.bounded(int(rows.size()));
+            ASSERT_EQ(manager.isRedundant(rows[row]), expected[std::size_t(row)])
+                << "row " << row << " out of order";
+            const PolicyRulePtr copy = std::make_shared<PolicyRule>(*rows[row]);
+            ASSERT_EQ(manager.isRedundant(copy), expectedRedundancy(manager, *copy)) << "copy of row " << row;
+        }
+        askInOrder("second pass");
+    }
+}
+
 } // namespace

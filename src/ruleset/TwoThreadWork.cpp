@@ -1,0 +1,23 @@
+#include "TwoThreadWork.h"
+
+#include <atomic>
+#include <system_error>
+#include <thread>
+
+void runOnTwoThreads(std::size_t count, const std::function<void(std::size_t item, int worker)> &work)
+{
+    std::atomic<std::size_t> next = 0;
+    const auto takeItems = [&](int worker) {
+        for (std::size_t item = next++; item < count; item = next++)
+            work(item, worker);
+    };
+    std::jthread helper;
+    if (count > 1) {
+        try {
+            helper = std::jthread([&takeItems] { takeItems(1); });
+        } catch (const std::system_error &) {
+            // No thread to be had: this thread takes every item.
+        }
+    }
+    takeItems(0);
+}
