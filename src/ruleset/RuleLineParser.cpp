@@ -104,12 +104,22 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
             return;
         auto token = [&](qsizetype i) { return tokens.view(line, i); };
         const QByteArrayView first = token(0);
+        // The process and constraint slots lie anywhere in a large table, and
+        // so do their kept texts: both slots are asked for first, their texts
+        // once the path is read, and both are looked up last.
+        const size_t processHash = strings.hashOf(token(3 < count ? 3 : 0));
+        strings.prefetch(processHash);
+        const size_t constraintHash = count > 6 ? strings.hashOf(token(6)) : 0;
+        if (count > 6)
+            strings.prefetch(constraintHash);
         // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
         // rule's tag but a system rule's flags.
         auto fillSharedFields = [&](NVCRuleBase &rule) {
             rule.policyType = RuleText::policyTypeForWord(token(1));
             strings.setPath(rule, token(2), m_records);
-            rule.setProcessName(strings.intern(token(3)));
+            strings.prefetchKey(processHash);
+            if (count > 6)
+                strings.prefetchKey(constraintHash);
             rule.operations = RuleText::operationsForLetters(token(4));
             rule.system = system;
             if (count > 5) {
@@ -118,6 +128,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
                 else
                     rule.setTag(strings.intern(token(5)));
             }
+            rule.setProcessName(strings.intern(token(3), processHash));
         };
 
         if (first == "watch" && count >= 5) {
@@ -137,7 +148,7 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
             rule->policyClass = RuleText::policyClassForWord(first);
             fillSharedFields(*rule);
             if (count > 6)
-                rule->setConstraint(strings.intern(token(6)));
+                rule->setConstraint(strings.intern(token(6), constraintHash));
             if (count > 7)
                 rule->created = RuleText::leadingInteger(token(7));
             const size_t hash = duplicateHash(*rule);

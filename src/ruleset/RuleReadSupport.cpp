@@ -34,14 +34,37 @@ void Utf8TextPool::setPath(NVCRuleBase &rule, QByteArrayView utf8, RecordArena &
         rule.setPathKeptWithRecord(records.keepText(utf8, m_decoder));
 }
 
-SharedText Utf8TextPool::intern(QByteArrayView utf8)
+size_t Utf8TextPool::hashOf(QByteArrayView utf8) const
+{
+    return TextHash::ofBytes(utf8.data(), std::size_t(utf8.size()), m_seed);
+}
+
+void Utf8TextPool::prefetch(size_t hash) const
+{
+    if (!m_entries.empty())
+        prefetchRuleData(&m_entries[hash & (m_entries.size() - 1)]);
+}
+
+void Utf8TextPool::prefetchKey(size_t hash) const
+{
+    if (m_entries.empty())
+        return;
+    const std::size_t mask = m_entries.size() - 1;
+    for (std::size_t at = hash & mask; !m_entries[at].text.isNull(); at = (at + 1) & mask) {
+        if (m_entries[at].hash == hash) {
+            prefetchRuleData(m_entries[at].key);
+            return;
+        }
+    }
+}
+
+SharedText Utf8TextPool::intern(QByteArrayView utf8, size_t hash)
 {
     // Longer texts than a slot records are not pooled; no rule file holds one.
     if (utf8.size() > std::numeric_limits<quint32>::max())
         return SharedText(decode(utf8));
     if ((m_count + 1) * 2 > m_entries.size())
         grow();
-    const size_t hash = TextHash::ofBytes(utf8.data(), std::size_t(utf8.size()), m_seed);
     const std::size_t mask = m_entries.size() - 1;
     std::size_t at = hash & mask;
     for (; !m_entries[at].text.isNull(); at = (at + 1) & mask) {

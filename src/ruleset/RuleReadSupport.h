@@ -20,7 +20,13 @@ public:
     QString decode(QByteArrayView utf8);
     // A path, kept beside the records of `records`.
     void setPath(NVCRuleBase &rule, QByteArrayView utf8, RecordArena &records);
-    SharedText intern(QByteArrayView utf8);
+    SharedText intern(QByteArrayView utf8) { return intern(utf8, hashOf(utf8)); }
+    // For a caller that asks for a text's slot ahead of interning it, and
+    // for the kept copy of the text once the slot has arrived.
+    size_t hashOf(QByteArrayView utf8) const;
+    void prefetch(size_t hash) const;
+    void prefetchKey(size_t hash) const;
+    SharedText intern(QByteArrayView utf8, size_t hash);
 
 private:
     // One slot of an open-addressing table that is at most half full. Keys are
