@@ -5,6 +5,7 @@
 #include "RuleSearch.h"
 #include "RuleText.h"
 #include "TextRanks.h"
+#include "TwoThreadWork.h"
 
 #include <QMutexLocker>
 #include <algorithm>
@@ -24,29 +25,50 @@ struct SortedGroups
 // Group keys sorted ignoring case; keys equal but for case keep a fixed order.
 SortedGroups sortedCaseInsensitive(const GroupMap &groups)
 {
-    std::vector<QString> folded;
-    std::vector<GroupMap::const_iterator> entries;
-    folded.reserve(std::size_t(groups.size()));
+    // Where each group's key and list lie in the map.
+    struct Entry
+    {
+        const QString *key;
+        const QList<PolicyRulePtr> *members;
+    };
+    std::vector<Entry> entries;
     entries.reserve(std::size_t(groups.size()));
-    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
-        folded.push_back(RuleText::caseFolded(group.key()));
-        entries.push_back(group);
-    }
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group)
+        entries.push_back({&group.key(), &group.value()});
+    // Each key's text lies in its own block: it is asked for a few keys
+    // ahead, and two threads fold a run of keys at a time.
+    constexpr std::size_t distance = 8;
+    constexpr std::size_t kKeysPerRun = 4096;
+    std::vector<QString> folded(entries.size());
+    runOnTwoThreads((entries.size() + kKeysPerRun - 1) / kKeysPerRun, [&](std::size_t run, int) {
+        const std::size_t end = std::min(entries.size(), (run + 1) * kKeysPerRun);
+        for (std::size_t i = run * kKeysPerRun; i < end; ++i) {
+            if (i + distance < end)
+                prefetchRuleData(entries[i + distance].key->constData());
+            folded[i] = RuleText::caseFolded(*entries[i].key);
+        }
+    });
     // Keys share long beginnings (the folders of programs), which this sort compares once.
     std::vector<std::size_t> order = codeUnitOrder(std::vector<QStringView>(folded.cbegin(), folded.cend()));
     for (auto run = order.begin(); run != order.end();) {
         const auto runEnd =
             std::find_if(run + 1, order.end(), [&](std::size_t at) { return folded[at] != folded[*run]; });
         std::sort(run, runEnd,
-                  [&](std::size_t a, std::size_t b) { return entries[a].key() < entries[b].key(); });
+                  [&](std::size_t a, std::size_t b) { return *entries[a].key < *entries[b].key; });
         run = runEnd;
     }
+    // In key order the map's entries are visited at random: each is asked
+    // for twice as far ahead as its key's text.
     SortedGroups sorted;
     sorted.keys.reserve(qsizetype(order.size()));
     sorted.members.reserve(order.size());
-    for (const std::size_t at : order) {
-        sorted.keys.append(entries[at].key());
-        sorted.members.push_back(&entries[at].value());
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        if (i + 2 * distance < order.size())
+            prefetchRuleData(entries[order[i + 2 * distance]].key);
+        if (i + distance < order.size())
+            prefetchRuleData(entries[order[i + distance]].key->constData());
+        sorted.keys.append(*entries[order[i]].key);
+        sorted.members.push_back(entries[order[i]].members);
     }
     return sorted;
 }

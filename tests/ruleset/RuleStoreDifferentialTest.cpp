@@ -172,6 +172,30 @@ TEST(RuleStoreDifferential, ViewsFollowAddsDeletesEditsAndFilters)
     }
 }
 
+// Thousands of groups whose identities differ in case and in letters that
+// fold together: the keys are folded a run at a time, on two threads.
+TEST(RuleStoreDifferential, ManyGroupsAreListedInThePlainOrder)
+{
+    RandomStore random({"many groups", 15, 0, 0, u"abAB/ k\u212A\u017F\u0130i\u00E9\u00C9"_s});
+    RuleManager manager;
+    StoreReferenceModel reference;
+    for (int i = 0; i < 9000; ++i) {
+        const PolicyRulePtr rule = random.policy();
+        rule->setProcessName(u"/opt/"_s + random.text(7));
+        manager.addPolicyRule(rule, false);
+        reference.addPolicy(rule);
+    }
+    manager.rebuildRulesCache();
+    ASSERT_GT(manager.policyRulesByApplication().size(), 4096);
+    for (const QString &needle : {QString(), u"k"_s}) {
+        manager.applyFilterWithString(needle);
+        reference.setFilter(needle);
+        for (const bool includeSystemRules : {true, false})
+            ASSERT_TRUE(rows(manager, includeSystemRules) == reference.view(includeSystemRules))
+                << "filter '" << needle.toStdString() << "'";
+    }
+}
+
 } // namespace
 
 namespace {
