@@ -9,7 +9,6 @@
 
 #include <QMutexLocker>
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 namespace {
@@ -85,15 +84,14 @@ std::vector<const QList<PolicyRulePtr> *> groupsOfKeys(const QStringList &keys, 
     return found;
 }
 
-// Misses would otherwise queue behind each reference count update. The count
-// lies just before the record and the system flag at its end.
+// The listing reads each record's system flag. Records kept with the rules
+// read from a file share one reference count; the count of a record made on
+// its own lies just before it.
 void prefetchAhead(const std::vector<const PolicyRulePtr *> &rules, std::size_t at)
 {
-    constexpr std::size_t distance = 8;
+    constexpr std::size_t distance = 16;
     if (at + distance < rules.size()) {
         const PolicyRule *rule = rules[at + distance]->get();
-        prefetchRuleData(
-            reinterpret_cast<const void *>(reinterpret_cast<std::uintptr_t>(rule) - sizeof(void *)));
         prefetchRuleData(&rule->system);
     }
 }
@@ -165,8 +163,12 @@ void RuleManager::rebuildRulesCache()
     } else {
         if (keysUnchanged)
             sortedGroups = groupsOfKeys(m_sortedKeys, m_policyRulesByApplication);
-        for (const QList<PolicyRulePtr> *group : sortedGroups) {
-            for (const PolicyRulePtr &rule : *group) {
+        // Each group's list lies in a block of its own: it is asked for a few groups ahead.
+        constexpr std::size_t distance = 8;
+        for (std::size_t i = 0; i < sortedGroups.size(); ++i) {
+            if (i + distance < sortedGroups.size() && !sortedGroups[i + distance]->isEmpty())
+                prefetchRuleData(sortedGroups[i + distance]->constData());
+            for (const PolicyRulePtr &rule : *sortedGroups[i]) {
                 if (rule)
                     policies.push_back(&rule);
             }
