@@ -250,8 +250,25 @@ void RuleFileOutput::writeBatch(const Batch &batch)
         return;
     }
     const ssize_t written = ::write(m_fd, batch.bytes.constData(), size_t(batch.bytes.size()));
-    if (written != ssize_t(batch.bytes.size()))
+    if (written != ssize_t(batch.bytes.size())) {
         continueAfterShortBatch(batch, written < 0 ? 0 : qsizetype(written), errno);
+        return;
+    }
+    m_written += written;
+    startFlushing();
+}
+
+void RuleFileOutput::startFlushing()
+{
+    // A file truncated and written again is flushed whole when it is closed
+    // on some file systems, on the thread that closes it. Asking for each
+    // written stretch as it is done spreads that over the writing. Only a
+    // hint: where it cannot be done, closing flushes the file as before.
+    constexpr qint64 kFlushStretch = 512 * 1024;
+    if (m_written - m_flushStarted < kFlushStretch)
+        return;
+    ::sync_file_range(m_fd, m_flushStarted, m_written - m_flushStarted, SYNC_FILE_RANGE_WRITE);
+    m_flushStarted = m_written;
 }
 
 void RuleFileOutput::continueAfterShortBatch(const Batch &batch, qsizetype written, int error)

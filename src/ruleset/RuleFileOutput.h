@@ -73,6 +73,7 @@ private:
     void continueAfterShortBatch(const Batch &batch, qsizetype written, int error);
     void writeLines(const Batch &batch, std::size_t firstLine);
     void recordFailure(int error);
+    void startFlushing();
 
     const QString m_path;
     QString &m_lastErrorMessage;
@@ -82,6 +83,9 @@ private:
     // what per-line calls would have produced on the same file.
     bool m_lineByLine = false;
     bool m_finished = false;
+    // Bytes written so far, and how many of them the disk has been asked for.
+    qint64 m_written = 0;
+    qint64 m_flushStarted = 0;
 
     std::mutex m_mutex;
     std::condition_variable_any m_changed;
