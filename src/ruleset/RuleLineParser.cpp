@@ -89,79 +89,104 @@ RuleLineParser::RuleLineParser(bool system)
 
 std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
 {
-    using Kind = ParsedRuleLine::Kind;
     std::vector<ParsedRuleLine> parsed;
     parsed.reserve(std::size_t(part.size() / kShortRuleLineBytes));
-    Utf8TextPool &strings = m_strings;
-    Utf8RuleTokens &tokens = m_tokens;
-    const bool system = m_system;
-    forEachLine(part, [&](QByteArrayView line, const char *, int) {
-        if (line.startsWith(';'))
+    // The process and constraint texts of a line lie anywhere in a large
+    // table, and so do the copies they are compared with. A line is split and
+    // its table slots asked for; once the next line is split, the copies in
+    // those slots are asked for; and once another is split, it is read.
+    std::size_t count = 0; // lines split so far
+    auto line = [this](std::size_t index) -> SplitLine & { return m_lines[index % m_lines.size()]; };
+    forEachLine(part, [&](QByteArrayView text, const char *, int) {
+        if (text.startsWith(';') || !split(text, line(count)))
             return;
-        tokenizeRuleLine(line, tokens);
-        const qsizetype count = tokens.size();
-        if (count == 0)
-            return;
-        auto token = [&](qsizetype i) { return tokens.view(line, i); };
-        const QByteArrayView first = token(0);
-        // The process and constraint slots lie anywhere in a large table, and
-        // so do their kept texts: both slots are asked for first, their texts
-        // once the path is read, and both are looked up last.
-        const size_t processHash = strings.hashOf(token(3 < count ? 3 : 0));
-        strings.prefetch(processHash);
-        const size_t constraintHash = count > 6 ? strings.hashOf(token(6)) : 0;
-        if (count > 6)
-            strings.prefetch(constraintHash);
-        // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
-        // rule's tag but a system rule's flags.
-        auto fillSharedFields = [&](NVCRuleBase &rule) {
-            rule.policyType = RuleText::policyTypeForWord(token(1));
-            strings.setPath(rule, token(2), m_records);
-            strings.prefetchKey(processHash);
-            if (count > 6)
-                strings.prefetchKey(constraintHash);
-            rule.operations = RuleText::operationsForLetters(token(4));
-            rule.system = system;
-            if (count > 5) {
-                if (system)
-                    rule.flags = RuleText::flagsForLetters(token(5));
-                else
-                    rule.setTag(strings.intern(token(5)));
-            }
-            rule.setProcessName(strings.intern(token(3), processHash));
-        };
-
-        if (first == "watch" && count >= 5) {
-            auto rule = m_records.newWatchRule();
-            fillSharedFields(*rule);
-            const size_t hash = duplicateHash(*rule);
-            parsed.push_back(
-                {.kind = Kind::Watch, .line = line, .rule = std::move(rule), .duplicateHash = hash});
-        } else if (first == "set" && count >= 3) {
-            parsed.push_back({.kind = Kind::Option, .line = line});
-        } else if (first == "trace") {
-            parsed.push_back({.kind = Kind::Trace, .line = line});
-        } else if (count < 5) {
-            parsed.push_back({.kind = Kind::Malformed, .line = line});
-        } else {
-            auto rule = m_records.newPolicyRule();
-            rule->policyClass = RuleText::policyClassForWord(first);
-            fillSharedFields(*rule);
-            if (count > 6)
-                rule->setConstraint(strings.intern(token(6), constraintHash));
-            if (count > 7)
-                rule->created = RuleText::leadingInteger(token(7));
-            const size_t hash = duplicateHash(*rule);
-            const size_t groupHash =
-                GroupsByTexts::hashOf(rule->sharedProcessName(), rule->sharedConstraint());
-            parsed.push_back({.kind = Kind::Policy,
-                              .line = line,
-                              .rule = std::move(rule),
-                              .duplicateHash = hash,
-                              .groupHash = groupHash});
-        }
+        if (count >= 1)
+            askForKeptTexts(line(count - 1));
+        if (count >= 2)
+            read(line(count - 2), parsed);
+        ++count;
     });
+    if (count >= 1)
+        askForKeptTexts(line(count - 1));
+    for (std::size_t index = count >= 2 ? count - 2 : 0; index < count; ++index)
+        read(line(index), parsed);
     return parsed;
+}
+
+bool RuleLineParser::split(QByteArrayView line, SplitLine &into)
+{
+    tokenizeRuleLine(line, into.tokens);
+    const qsizetype count = into.tokens.size();
+    if (count == 0)
+        return false;
+    into.line = line;
+    into.processHash = count > 3 ? m_strings.hashOf(into.token(3)) : 0;
+    if (count > 3)
+        m_strings.prefetch(into.processHash);
+    into.constraintHash = into.hasConstraint() ? m_strings.hashOf(into.token(6)) : 0;
+    if (into.hasConstraint())
+        m_strings.prefetch(into.constraintHash);
+    return true;
+}
+
+void RuleLineParser::askForKeptTexts(const SplitLine &split) const
+{
+    if (split.tokens.size() > 3)
+        m_strings.prefetchKey(split.processHash);
+    if (split.hasConstraint())
+        m_strings.prefetchKey(split.constraintHash);
+}
+
+void RuleLineParser::read(const SplitLine &split, std::vector<ParsedRuleLine> &parsed)
+{
+    using Kind = ParsedRuleLine::Kind;
+    const qsizetype count = split.tokens.size();
+    const QByteArrayView line = split.line;
+    auto token = [&split](qsizetype i) { return split.token(i); };
+    const QByteArrayView first = token(0);
+    // Fields 1-5 mean the same on watch and policy lines; field 5 is a user
+    // rule's tag but a system rule's flags.
+    auto fillSharedFields = [&](NVCRuleBase &rule) {
+        rule.policyType = RuleText::policyTypeForWord(token(1));
+        m_strings.setPath(rule, token(2), m_records);
+        rule.setProcessName(m_strings.intern(token(3), split.processHash));
+        rule.operations = RuleText::operationsForLetters(token(4));
+        rule.system = m_system;
+        if (count > 5) {
+            if (m_system)
+                rule.flags = RuleText::flagsForLetters(token(5));
+            else
+                rule.setTag(m_strings.intern(token(5)));
+        }
+    };
+
+    if (first == "watch" && count >= 5) {
+        auto rule = m_records.newWatchRule();
+        fillSharedFields(*rule);
+        const size_t hash = duplicateHash(*rule);
+        parsed.push_back({.kind = Kind::Watch, .line = line, .rule = std::move(rule), .duplicateHash = hash});
+    } else if (first == "set" && count >= 3) {
+        parsed.push_back({.kind = Kind::Option, .line = line});
+    } else if (first == "trace") {
+        parsed.push_back({.kind = Kind::Trace, .line = line});
+    } else if (count < 5) {
+        parsed.push_back({.kind = Kind::Malformed, .line = line});
+    } else {
+        auto rule = m_records.newPolicyRule();
+        rule->policyClass = RuleText::policyClassForWord(first);
+        fillSharedFields(*rule);
+        if (split.hasConstraint())
+            rule->setConstraint(m_strings.intern(token(6), split.constraintHash));
+        if (count > 7)
+            rule->created = RuleText::leadingInteger(token(7));
+        const size_t hash = duplicateHash(*rule);
+        const size_t groupHash = GroupsByTexts::hashOf(rule->sharedProcessName(), rule->sharedConstraint());
+        parsed.push_back({.kind = Kind::Policy,
+                          .line = line,
+                          .rule = std::move(rule),
+                          .duplicateHash = hash,
+                          .groupHash = groupHash});
+    }
 }
 
 std::vector<QByteArrayView> splitAtLineEnds(QByteArrayView text, int count)

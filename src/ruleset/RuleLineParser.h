@@ -6,6 +6,7 @@
 #include "RuleTokenizer.h"
 
 #include <QByteArrayView>
+#include <array>
 #include <vector>
 
 // What one line of a rule file holds, built without touching the store, so
@@ -53,8 +54,26 @@ public:
     std::vector<ParsedRuleLine> parse(QByteArrayView part);
 
 private:
+    // A line split into its tokens, with the hashes of its process and
+    // constraint texts.
+    struct SplitLine
+    {
+        QByteArrayView line;
+        Utf8RuleTokens tokens;
+        size_t processHash = 0;
+        size_t constraintHash = 0;
+
+        QByteArrayView token(qsizetype i) const { return tokens.view(line, i); }
+        bool hasConstraint() const { return tokens.size() > 6; }
+    };
+    // False for a line without tokens.
+    bool split(QByteArrayView line, SplitLine &into);
+    void askForKeptTexts(const SplitLine &split) const;
+    void read(const SplitLine &split, std::vector<ParsedRuleLine> &parsed);
+
     Utf8TextPool m_strings;
-    Utf8RuleTokens m_tokens;
+    // Lines go through three steps, a line apart: see parse().
+    std::array<SplitLine, 3> m_lines;
     RecordArena m_records;
     bool m_system;
 };
