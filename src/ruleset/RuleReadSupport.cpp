@@ -5,6 +5,7 @@
 #include "TextHash.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <limits>
@@ -74,10 +75,20 @@ SharedText Utf8TextPool::intern(QByteArrayView utf8, size_t hash)
             (entry.size == 0 || std::memcmp(entry.key, utf8.data(), entry.size) == 0))
             return entry.text;
     }
-    const SharedText text(decode(utf8));
+    const SharedText text = firstSeen(utf8);
     m_entries[at] = {hash, keepKey(utf8), quint32(utf8.size()), text};
     ++m_count;
     return text;
+}
+
+SharedText Utf8TextPool::firstSeen(QByteArrayView utf8)
+{
+    // Most texts are short and ASCII, and known to the process from earlier
+    // reads: they are looked up from a copy here, without a string of their own.
+    std::array<char16_t, 256> units;
+    if (std::size_t(utf8.size()) <= units.size() && RuleText::widenAscii(utf8, units.data()))
+        return SharedText::of(QStringView(units.data(), utf8.size()));
+    return SharedText(decode(utf8));
 }
 
 const char *Utf8TextPool::keepKey(QByteArrayView key)

@@ -40,6 +40,7 @@ private:
     };
 
     void grow();
+    SharedText firstSeen(QByteArrayView utf8);
     // A copy of `key` among the others: the first occurrence of a text lies
     // anywhere in a large file, and comparing with it there costs a cache miss.
     const char *keepKey(QByteArrayView key);

@@ -29,10 +29,12 @@ public:
     TextTable()
     {
         store(QString());
-        idOf(QStringLiteral(""));
+        const QString empty = QStringLiteral("");
+        idOf(empty, &empty);
     }
 
-    quint32 idOf(const QString &text)
+    // `owned` is `text` as a string to keep, when the caller has one.
+    quint32 idOf(QStringView text, const QString *owned = nullptr)
     {
         if (text.isNull())
             return kNullId;
@@ -46,7 +48,7 @@ public:
             if (shard.entries[at].hash == hash && this->text(shard.entries[at].id) == text)
                 return shard.entries[at].id;
         }
-        const quint32 id = store(text);
+        const quint32 id = store(owned ? *owned : text.toString());
         shard.entries[at] = {id, hash};
         if (++shard.used * 2 > shard.entries.size())
             shard.grow();
@@ -128,8 +130,13 @@ TextTable &table()
 } // namespace
 
 SharedText::SharedText(const QString &text)
-    : m_id(table().idOf(text))
+    : m_id(table().idOf(text, &text))
 {}
+
+SharedText SharedText::of(QStringView text)
+{
+    return SharedText(table().idOf(text));
+}
 
 SharedText SharedText::empty()
 {

@@ -12,6 +12,9 @@ class SharedText
 public:
     SharedText() = default; // the absent text
     explicit SharedText(const QString &text);
+    // The same for a text in a caller's buffer: a copy of it is kept only
+    // when the text is new.
+    static SharedText of(QStringView text);
     // The empty text, without a lookup: every new record starts with it.
     static SharedText empty();
 
