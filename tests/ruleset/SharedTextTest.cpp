@@ -27,6 +27,28 @@ TEST(SharedText, EqualNumbersExactlyForEqualTexts)
     EXPECT_EQ(SharedText(), SharedText(QString()));
 }
 
+// A text named from a caller's buffer gets the number it has as a string, and
+// keeps its text once the buffer is gone, new to the process or not.
+TEST(SharedText, TextsFromABufferKeepTheirNumbersAndTexts)
+{
+    for (const QString &text : {u"/opt/known/app"_s, u"/opt/new-from-a-buffer/app"_s, u""_s}) {
+        const SharedText known = text.startsWith(u"/opt/known") ? SharedText(text) : SharedText();
+        SharedText fromBuffer;
+        {
+            std::vector<char16_t> buffer(text.utf16(), text.utf16() + text.size() + 1);
+            fromBuffer = SharedText::of(QStringView(buffer.data(), text.size()));
+            std::fill(buffer.begin(), buffer.end(), u'x');
+        }
+        EXPECT_EQ(fromBuffer.text(), text);
+        EXPECT_FALSE(fromBuffer.text().isNull());
+        EXPECT_EQ(fromBuffer, SharedText(text));
+        if (!known.isNull()) {
+            EXPECT_EQ(fromBuffer, known);
+        }
+    }
+    EXPECT_TRUE(SharedText::of(QStringView()).isNull());
+}
+
 // Readers on two threads name texts at once; each text must get one number,
 // and texts stored by one thread must read back whole on the other.
 TEST(SharedText, TwoThreadsGetTheSameNumbers)
