@@ -1,6 +1,7 @@
 #include "TwoThreadWork.h"
 
 #include <atomic>
+#include <exception>
 #include <system_error>
 #include <thread>
 
@@ -11,13 +12,26 @@ void runOnTwoThreads(std::size_t count, const std::function<void(std::size_t ite
         for (std::size_t item = next++; item < count; item = next++)
             work(item, worker);
     };
+    // What stops the helper (memory running out) reaches the caller, after
+    // this thread has done the items left.
+    std::exception_ptr helperFailure;
     std::jthread helper;
     if (count > 1) {
         try {
-            helper = std::jthread([&takeItems] { takeItems(1); });
+            helper = std::jthread([&takeItems, &helperFailure] {
+                try {
+                    takeItems(1);
+                } catch (...) {
+                    helperFailure = std::current_exception();
+                }
+            });
         } catch (const std::system_error &) {
             // No thread to be had: this thread takes every item.
         }
     }
     takeItems(0);
+    if (helper.joinable())
+        helper.join();
+    if (helperFailure)
+        std::rethrow_exception(helperFailure);
 }
