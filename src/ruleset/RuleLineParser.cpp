@@ -116,12 +116,11 @@ std::vector<ParsedRuleLine> RuleLineParser::parse(QByteArrayView part)
 bool RuleLineParser::split(QByteArrayView line, SplitLine &into)
 {
     tokenizeRuleLine(line, into.tokens);
-    const qsizetype count = into.tokens.size();
-    if (count == 0)
+    if (into.tokens.size() == 0)
         return false;
     into.line = line;
-    into.processHash = count > 3 ? m_strings.hashOf(into.token(3)) : 0;
-    if (count > 3)
+    into.processHash = into.hasProcess() ? m_strings.hashOf(into.token(3)) : 0;
+    if (into.hasProcess())
         m_strings.prefetch(into.processHash);
     into.constraintHash = into.hasConstraint() ? m_strings.hashOf(into.token(6)) : 0;
     if (into.hasConstraint())
@@ -131,7 +130,7 @@ bool RuleLineParser::split(QByteArrayView line, SplitLine &into)
 
 void RuleLineParser::askForKeptTexts(const SplitLine &split) const
 {
-    if (split.tokens.size() > 3)
+    if (split.hasProcess())
         m_strings.prefetchKey(split.processHash);
     if (split.hasConstraint())
         m_strings.prefetchKey(split.constraintHash);

@@ -64,6 +64,7 @@ private:
         size_t constraintHash = 0;
 
         QByteArrayView token(qsizetype i) const { return tokens.view(line, i); }
+        bool hasProcess() const { return tokens.size() > 3; }
         bool hasConstraint() const { return tokens.size() > 6; }
     };
     // False for a line without tokens.

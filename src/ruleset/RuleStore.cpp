@@ -84,9 +84,8 @@ std::vector<const QList<PolicyRulePtr> *> groupsOfKeys(const QStringList &keys, 
     return found;
 }
 
-// The listing reads each record's system flag. Records kept with the rules
-// read from a file share one reference count; the count of a record made on
-// its own lies just before it.
+// The listing reads each record's system flag, the only line of a record it
+// touches: rules read from a file share one reference count, which stays at hand.
 void prefetchAhead(const std::vector<const PolicyRulePtr *> &rules, std::size_t at)
 {
     constexpr std::size_t distance = 16;
